@@ -98,12 +98,23 @@ void parse_argument(const char* argument, Request& request) {
     const char* value = row->option == Option::kGuid ? strchr(word, '=') : nullptr;
     verify_option(word, value ? static_cast<size_t>(value - word) : strlen(word), *row);
     switch (row->option) {
-        case Option::kCreate: request.create = true; break;
-        case Option::kDecimal: request.decimal = true; break;
-        case Option::kShow: request.show = true; break;
-        case Option::kWrite: request.write = true; break;
-        case Option::kQuiet: break;  // taken beforehand
-        case Option::kGuid: take_guid_value(value ? value + 1 : nullptr, request); break;
+        case Option::kCreate:
+            request.create = true;
+            break;
+        case Option::kDecimal:
+            request.decimal = true;
+            break;
+        case Option::kShow:
+            request.show = true;
+            break;
+        case Option::kWrite:
+            request.write = true;
+            break;
+        case Option::kQuiet:
+            break;  // taken beforehand
+        case Option::kGuid:
+            take_guid_value(value ? value + 1 : nullptr, request);
+            break;
         case Option::kNew:
             generate(request.guid_to_write);
             request.guid_at_hand = true;
@@ -156,8 +167,8 @@ void parse_argument(const char* argument, Request& request) {
     write_host_guid(request.guid_to_write, request.decimal);
 }
 
-// A parent may have closed descriptors 0 to 2: fill them, or the GUID file would get one of them and
-// the banner with it. Where there is no /dev/null a directory serves: it cannot be written to.
+// A parent may have closed descriptors 0 to 2: fill them, or the GUID file would get one of them
+// and the banner with it. Where there is no /dev/null a directory serves: it cannot be written to.
 void fill_standard_descriptors() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (fcntl(fd, F_GETFD) >= 0) continue;

@@ -34,8 +34,9 @@ extern const std::array<const char*, kToolMessages> guidmsgs;
 // What the pairs of DisplayMsg's arguments begin with.
 enum ParmMarker : int { kEndOfParms = 0, kIntParm = 502, kStringParm = 507 };
 
-// Shows a message with a line feed. Its parameters follow in pairs of a marker and a value, kIntParm
-// with an int and kStringParm with a text that is not null; kEndOfParms ends them. Answers 0.
+// Shows a message with a line feed. Its parameters follow in pairs of a marker and a value,
+// kIntParm with an int and kStringParm with a text that is not null; kEndOfParms ends them. Answers
+// 0.
 int DisplayMsg(ToolMsg message, ...);
 
 void DisplayUsage();
@@ -54,8 +55,8 @@ struct OptionRow {
 // The option that a word's first character chooses; null when it is no option letter.
 const OptionRow* find_option(char first);
 
-// Upper-cases the token in place, the letters of ASCII alone in whatever locale, and tells whether it
-// is a leading part of the keyword of at least the minimum length.
+// Upper-cases the token in place, the letters of ASCII alone in whatever locale, and tells whether
+// it is a leading part of the keyword of at least the minimum length.
 bool abbreviates(char* token, const char* keyword, size_t minimum_length);
 
 // Reads 16 hexadecimal numbers with "." between them, each cut to its low 8 bits. Text behind the

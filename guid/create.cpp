@@ -18,8 +18,8 @@ constexpr uint64_t rand_irand_init = 4181;
 constexpr uint16_t kMaxAdjust = 0x7FFF;
 constexpr uint16_t kClockSeqMask = 0x3FFF;
 
-// A reading has a microsecond and an adjustment is 100 ns: the eleventh GUID of one reading would be
-// the first of the next.
+// A reading has a microsecond and an adjustment is 100 ns: the eleventh GUID of one reading would
+// be the first of the next.
 constexpr uint16_t kLastDistinctAdjust = 9;
 constexpr int kMaxWaitReadings = 1000;
 
@@ -51,51 +51,71 @@ void renew_clock_seq(Generator& g) {
     if (g.s_clock_seq == 0) g.s_clock_seq = 1;
 }
 
-// Brings the clock state to the reading in s_time_now, and to further ones when that is used up.
-void advance_clock(Generator& g) {
+// Brings the clock state to the reading, or to a further one when that is used up: the one it took.
+Timestamp advance_clock(Generator& g, Timestamp reading) {
     bool spin = false;
-    for (;; uuid__get_os_time(&g.s_time_now)) {
-        if (g.s_time_now == g.s_time_last) {
+    for (;; uuid__get_os_time(&reading)) {
+        if (reading == g.s_time_last) {
             if (g.s_time_adjust == kMaxAdjust) {
                 spin = true;
             } else {
                 ++g.s_time_adjust;
             }
         } else {
-            if (earlier(g.s_time_now, g.s_time_last)) renew_clock_seq(g);
+            if (earlier(reading, g.s_time_last)) renew_clock_seq(g);
             g.s_time_adjust = 0;
         }
         // The flag is never cleared: after 32,767 GUIDs in one reading the call does not return.
-        if (!spin) return;
+        if (!spin) return reading;
     }
+}
+
+// The reading with the adjustment added to its low half.
+Timestamp adjusted(Timestamp reading, uint16_t adjust) {
+    const bool had_bit31 = (reading.lo & 0x80000000U) != 0;
+    reading.lo += adjust;
+    if (had_bit31 && (reading.lo & 0x80000000U) == 0) ++reading.hi;
+    return reading;
 }
 
 // Takes the timestamp and clock sequence of one GUID. The caller holds s_lock_guid_create.
-void take_timestamp(Generator& g, guid_record& made) {
-    advance_clock(g);
-    g.s_time_last = g.s_time_now;
-    if (g.s_time_adjust != 0) {
-        const bool had_bit31 = (g.s_time_now.lo & 0x80000000U) != 0;
-        g.s_time_now.lo += g.s_time_adjust;
-        if (had_bit31 && (g.s_time_now.lo & 0x80000000U) == 0) ++g.s_time_now.hi;
-    }
-    made.time_low = g.s_time_now.lo;  // with its 33rd bit, if it has one
-    made.time_mid = static_cast<uint16_t>(g.s_time_now.hi & 0xFFFF);
-    made.time_hi_and_version =
-        static_cast<uint16_t>(((g.s_time_now.hi & 0x0FFF0000U) >> 16) | 0x1000);
-    made.clock_seq_low = static_cast<uint8_t>(g.s_clock_seq & 0xFF);
-    made.clock_seq_hi_and_reserved = static_cast<uint8_t>((g.s_clock_seq & 0x3F00) >> 8);
+void take_timestamp(Generator& g, Timestamp reading, guid_record& record) {
+    const Timestamp taken = advance_clock(g, reading);
+    const Timestamp now = adjusted(taken, g.s_time_adjust);
+    g.s_time_last = taken;
+    g.s_time_now = now;
+    record.time_low = now.lo;  // with its 33rd bit, if it has one
+    record.time_mid = static_cast<uint16_t>(now.hi & 0xFFFF);
+    record.time_hi_and_version = static_cast<uint16_t>(((now.hi & 0x0FFF0000U) >> 16) | 0x1000);
+    record.clock_seq_low = static_cast<uint8_t>(g.s_clock_seq & 0xFF);
+    record.clock_seq_hi_and_reserved = static_cast<uint8_t>((g.s_clock_seq & 0x3F00) >> 8);
 }
 
 // One try under the lock; false when the reading has given its ten and the caller may wait.
-bool try_take_timestamp(Generator& g, guid_record& made, bool may_wait) {
+bool try_take_timestamp(Generator& g, guid_record& record, bool may_wait) {
     const MutexGuard lock(g.s_lock_guid_create);
-    uuid__get_os_time(&g.s_time_now);
-    if (may_wait && g.s_time_adjust >= kLastDistinctAdjust && g.s_time_now == g.s_time_last) {
+    Timestamp reading;
+    uuid__get_os_time(&reading);
+    if (may_wait && g.s_time_adjust >= kLastDistinctAdjust && reading == g.s_time_last) {
         return false;
     }
-    take_timestamp(g, made);
+    take_timestamp(g, reading, record);
     return true;
+}
+
+// Copies the node address out: the cached one, or else what a search finds. On a failure the
+// address is left as it is and nothing is kept.
+Status node_address(Generator& g, uint8_t address[6]) {
+    const MutexGuard lock(g.s_lock_guid_get_address);
+    if (!g.s_got_address) {
+        Status status = guid_s_no_address;
+        uuid__get_os_address(g.s_saved_addr, &status);
+        if (status != 0) return status;
+        g.s_saved_st = status;
+        g.s_got_address = true;
+    }
+    memcpy(address, g.s_saved_addr, sizeof g.s_saved_addr);
+    return g.s_saved_st;
 }
 
 }  // namespace
@@ -121,6 +141,23 @@ void init(Status* status) {
     *status = 0;
 }
 
+Status run_init() {
+    Status status = 0;
+    init(&status);
+    return status;
+}
+
+Status create_record(guid_record& record) {
+    if (const Status failure = ensure_init()) return failure;
+    Generator& g = generator;
+    if (const Status failure = node_address(g, record.node)) return failure;
+    int readings = 0;
+    while (!try_take_timestamp(g, record, readings < kMaxWaitReadings)) ++readings;
+    record.clock_seq_hi_and_reserved |= 0x80;
+    memset(record.padding, 0, sizeof record.padding);
+    return 0;
+}
+
 uint16_t true_random() {
     Generator& g = generator;
     const MutexGuard lock(g.s_lock_true_random);
@@ -142,38 +179,11 @@ using namespace vel::guid;
 void guid_get_address(uint8_t address[6], Status* status) {
     if (!address) return answer(status, guid_s_no_memory);
     memset(address, 0, 6);
-    Status found = guid_s_no_address;
-    Generator& g = generator;
-    {
-        const MutexGuard lock(g.s_lock_guid_get_address);
-        if (g.s_got_address) {
-            memcpy(address, g.s_saved_addr, 6);
-            found = g.s_saved_st;
-        } else {
-            uuid__get_os_address(address, &found);
-            if (found == 0) {
-                memcpy(g.s_saved_addr, address, 6);
-                g.s_saved_st = found;
-                g.s_got_address = true;
-            }
-        }
-    }
-    answer(status, found);
+    answer(status, node_address(generator, address));
 }
 
 void guid_create(guid_record* record, Status* status) {
-    if (!record) return answer(status, guid_s_no_memory);
-    Status result = ensure_init();
-    if (result != 0) return answer(status, result);
-    guid_record made{};
-    guid_get_address(made.node, &result);
-    if (result != 0) return answer(status, result);
-    for (int readings = 0; !try_take_timestamp(generator, made, readings < kMaxWaitReadings);
-         ++readings) {
-    }
-    made.clock_seq_hi_and_reserved |= 0x80;
-    *record = made;
-    answer(status, 0);
+    answer(status, record ? create_record(*record) : static_cast<Status>(guid_s_no_memory));
 }
 
 void guid_create_nil(guid_record* record, Status* status) {

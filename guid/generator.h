@@ -6,20 +6,13 @@
 #include <atomic>
 #include <cstdint>
 
+#include "guid/clock.h"
 #include "guid/guid.h"
 #include "guid/vel_guid.h"
 
 namespace vel::guid {
 
 using Status = unsigned long;  // 0, a guid_s_ code, or what the address search answered
-
-// 100 ns intervals since 15 October 1582. The halves are added up in whole words: `lo` may hold more
-// than 32 bits, and does while `hi` has the carry already.
-struct Timestamp {
-    uint64_t lo = 0;
-    uint64_t hi = 0;
-    friend bool operator==(const Timestamp&, const Timestamp&) = default;
-};
 
 // All process-wide state of the library. Each group stands under the mutex named beside it.
 struct Generator {
@@ -65,11 +58,15 @@ class MutexGuard {
 // Seeds the random numbers and starts the clock state, once in a process (a forked child is one).
 void init(Status* status);
 
-// Runs init where it has not run; its status.
+// Makes a time-based record: guid_create with the status as the answer. On a failure the record is
+// left as it is.
+Status create_record(guid_record& record);
+
+Status run_init();  // init, with its status as the answer
+
+// What every public operation begins with: 0, or why the library could not be initialised.
 inline Status ensure_init() {
-    Status status = 0;
-    if (!generator.uuid_init_done.load(std::memory_order_acquire)) init(&status);
-    return status;
+    return generator.uuid_init_done.load(std::memory_order_acquire) ? 0 : run_init();
 }
 
 // The next pseudo-random value. More than 14 bits may be set: users mask what they take.
@@ -85,11 +82,16 @@ constexpr bool variant_accepted(uint8_t clock_seq_hi_and_reserved) {
     return (clock_seq_hi_and_reserved & 0xE0) != 0xE0;
 }
 
-// The platform.
-void uuid__get_os_time(Timestamp* timestamp);  // a clock that cannot be read ends the process
+// The first eight bytes of the record in network order, as they lie in memory: the low 32 bits of
+// time_low, time_mid and time_hi_and_version. The other fields are bytes already.
+inline uint64_t network_order_time(const guid_record& record) {
+    return __builtin_bswap64(uint64_t{record.time_low} << 32 | uint64_t{record.time_mid} << 16 |
+                             record.time_hi_and_version);
+}
+
+// The platform, but for the clock (guid/clock.h).
 unsigned long uuid__get_os_pid();
 void uuid__get_os_address(uint8_t address[6], Status* status);
-void uuid__uemul(uint32_t u, uint32_t v, Timestamp* product);
 void dce_get_802_addr(uint8_t address[6], Status* status);
 
 }  // namespace vel::guid

@@ -19,8 +19,8 @@ inline constexpr std::array<uint8_t, 256> kHexDigit = [] {
 
 inline constexpr int kNoWidth = -1;
 
-// Scans one number of at most `width` characters (white space not counted, all others are) and moves
-// `text` behind it; false, when there is none. The number wraps: its low 64 bits are kept.
+// Scans one number of at most `width` characters (white space not counted, all others are) and
+// moves `text` behind it; false, when there is none. The number wraps: its low 64 bits are kept.
 constexpr bool scan_hex(const char*& text, int width, uint64_t& value) {
     const char* at = text;
     while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;

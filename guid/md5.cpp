@@ -72,7 +72,8 @@ template <size_t kStep>
     constexpr size_t kWord = (round.first_word + kStep * round.word_step) % 16;
     uint64_t& a = s[(64 - kStep) % 4];
     const uint64_t b = s[(65 - kStep) % 4], c = s[(66 - kStep) % 4], d = s[(67 - kStep) % 4];
-    a = rotate_left(a + round.mix(b, c, d) + words[kWord] + kSines[kStep], round.shift[kStep % 4]) + b;
+    a = rotate_left(a + round.mix(b, c, d) + words[kWord] + kSines[kStep], round.shift[kStep % 4]) +
+        b;
 }
 
 template <size_t... kStep>

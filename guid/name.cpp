@@ -22,7 +22,8 @@ void guid_create_from_name(guid_record* record, const void* name, uint32_t lengt
     MD5Final(digest, &context);
 
     guid_record made{};
-    memcpy(&made.time_low, digest, 8);  // all 64 bits: only the text form and the host GUID cut them
+    memcpy(&made.time_low, digest,
+           8);  // all 64 bits: only the text form and the host GUID cut them
     memcpy(&made.time_mid, digest + 8, 2);
     made.time_hi_and_version =
         static_cast<uint16_t>(((digest[11] << 8 | digest[10]) & 0x0FFF) | 0x3000);

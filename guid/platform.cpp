@@ -1,15 +1,13 @@
-// What the generator takes from the platform: the clock, the process id and the node address.
+// What the generator takes from the platform: the process id and the node address.
 #include <net/if.h>
 #include <net/if_arp.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -19,9 +17,6 @@
 namespace vel::guid {
 namespace {
 
-constexpr uint64_t kEpochOffsetLo = 0x13814000;  // 1582-10-15 to 1970-01-01 in 100 ns intervals
-constexpr uint64_t kEpochOffsetHi = 0x01B21DD2;
-
 constexpr Status kSearchFailed = ~Status{0};
 constexpr int kFirstListBytes = 1200;
 constexpr int kListGrowthBytes = 400;
@@ -30,17 +25,6 @@ constexpr int kMaxListBytes = 1 << 20;  // some 26,000 interfaces
 constexpr size_t kAddressBytes = 6;
 constexpr size_t kHostNameBytes = 256;
 constexpr size_t kResolverBytes = 8192;
-
-constexpr bool bit31(uint64_t word) { return (word & 0x80000000U) != 0; }
-
-// Adds the halves. The sum in `lo` is not cut to 32 bits, so the carry is told by bit 31 alone:
-// both addends have it, or one has it and the sum has lost it.
-void add(Timestamp& sum, uint64_t lo, uint64_t hi) {
-    const bool both = bit31(sum.lo) && bit31(lo);
-    const bool one = bit31(sum.lo) != bit31(lo);
-    sum.lo += lo;
-    sum.hi += hi + (both || (one && !bit31(sum.lo)) ? 1 : 0);
-}
 
 struct Socket {
     int fd;
@@ -112,30 +96,6 @@ Status address_from_host_name(uint8_t address[6]) {
 
 }  // namespace
 
-void uuid__uemul(uint32_t u, uint32_t v, Timestamp* product) {
-    const uint64_t u_lo = u & 0xFFFF, u_hi = u >> 16;
-    const uint64_t v_lo = v & 0xFFFF, v_hi = v >> 16;
-    const uint64_t low = u_lo * v_lo;
-    const uint64_t middle = u_hi * v_lo + (low >> 16);
-    const uint64_t cross = u_lo * v_hi + (middle & 0xFFFF);
-    product->lo = ((cross & 0xFFFF) << 16) | (low & 0xFFFF);
-    product->hi = u_hi * v_hi + (middle >> 16) + (cross >> 16);
-}
-
-void uuid__get_os_time(Timestamp* timestamp) {
-    timeval now{};
-    if (gettimeofday(&now, nullptr) != 0) {
-        perror("uuid__get_os_time");
-        exit(-1);
-    }
-    Timestamp seconds, micros;
-    uuid__uemul(static_cast<uint32_t>(now.tv_sec), 10'000'000, &seconds);
-    uuid__uemul(static_cast<uint32_t>(now.tv_usec), 10, &micros);
-    add(seconds, micros.lo, micros.hi);
-    add(seconds, kEpochOffsetLo, kEpochOffsetHi);
-    *timestamp = seconds;
-}
-
 unsigned long uuid__get_os_pid() { return static_cast<unsigned long>(getpid()); }
 
 void uuid__get_os_address(uint8_t address[6], Status* status) { dce_get_802_addr(address, status); }
@@ -147,9 +107,14 @@ void dce_get_802_addr(uint8_t address[6], Status* status) {
     InterfaceList list;
     if (!fetch_interfaces(socket_.fd, list)) return;
     switch (search_interfaces(socket_.fd, list, address)) {
-        case Search::found: *status = 0; return;
-        case Search::failed: return;
-        case Search::none: *status = address_from_host_name(address); return;
+        case Search::found:
+            *status = 0;
+            return;
+        case Search::failed:
+            return;
+        case Search::none:
+            *status = address_from_host_name(address);
+            return;
     }
 }
 

@@ -85,26 +85,18 @@ bool all_zero(const uint8_t guid[16]) {
     return std::all_of(guid, guid + kGuidBytes, [](uint8_t byte) { return byte == 0; });
 }
 
-uint8_t* put_big_endian(uint8_t* to, uint64_t value, int bytes) {
-    while (bytes-- > 0) *to++ = static_cast<uint8_t>(value >> (8 * bytes));
-    return to;
-}
-
 }  // namespace
 
 int32_t psGenerateGuid(uint8_t guid[16]) {
     if (!guid) return guid_s_no_memory;
     memset(guid, 0, kGuidBytes);
     guid_record record;
-    Status status = 0;
-    guid_create(&record, &status);
-    if (status != 0) return static_cast<int32_t>(status);
-    uint8_t* at = put_big_endian(guid, record.time_low, 4);
-    at = put_big_endian(at, record.time_mid, 2);
-    at = put_big_endian(at, record.time_hi_and_version, 2);
-    *at++ = record.clock_seq_hi_and_reserved;
-    *at++ = record.clock_seq_low;
-    memcpy(at, record.node, sizeof record.node);
+    if (const Status failure = create_record(record)) return static_cast<int32_t>(failure);
+    const uint64_t time = network_order_time(record);
+    memcpy(guid, &time, 8);
+    guid[8] = record.clock_seq_hi_and_reserved;
+    guid[9] = record.clock_seq_low;
+    memcpy(guid + 10, record.node, sizeof record.node);
     return 0;
 }
 
@@ -116,7 +108,8 @@ int32_t psWriteGuid(const uint8_t guid[16]) {
     Image image;
     memcpy(image.data(), header, kHeaderBytes);
     memcpy(image.data() + kHeaderBytes, guid, kGuidBytes);
-    // What fails from here on is not reported: it is the reader who tells whether the GUID is there.
+    // What fails from here on is not reported: it is the reader who tells whether the GUID is
+    // there.
     replace_content(file, image);
     return 0;
 }
