@@ -1,0 +1,45 @@
+#!/usr/bin/env python3
+"""Checks that every call a public header declares is defined once in its folder, and is documented
+by a comment or a neighbour above it; and that no source pastes names together."""
+import pathlib
+import re
+import sys
+
+HEADERS = {"guid": ["guid.h", "vel_guid.h"]}
+DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+ ?\*?(\w+)\(([^;{]*)\);", re.M)
+PASTING = re.compile(r"^\s*#\s*define\b.*##", re.M)
+
+
+def without_comments(text):
+    return re.sub(r"/\*.*?\*/|//[^\n]*", "", text, flags=re.S)
+
+
+def parameters(text):
+    return 0 if text.strip() in ("", "void") else text.count(",") + 1
+
+
+def main():
+    problems, calls = [], 0
+    for folder, headers in HEADERS.items():
+        sources = {path: without_comments(path.read_text())
+                   for path in sorted(pathlib.Path(folder).glob("*.cpp"))}
+        for header in headers:
+            text = without_comments(pathlib.Path(folder, header).read_text())
+            for name, declared in DECLARATION.findall(text):
+                calls += 1
+                definition = re.compile(rf"^[\w:*& ]+\b{name}\(([^;{{]*)\)\s*\{{", re.M)
+                found = [(path, match) for path, source in sources.items()
+                         for match in definition.findall(source)]
+                if len(found) != 1:
+                    problems.append(f"{folder}/{header}: {name} is defined {len(found)} times")
+                elif parameters(found[0][1]) != parameters(declared):
+                    problems.append(f"{found[0][0]}: {name} takes other parameters than declared")
+        for path, source in sources.items():
+            if PASTING.search(source):
+                problems.append(f"{path}: a name made by pasting")
+    print("\n".join(problems) or f"{calls} public calls are defined as declared")
+    return 1 if problems or not calls else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

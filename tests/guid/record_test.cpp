@@ -1,0 +1,190 @@
+// Records: the two text forms, order, equality, the nil test and the hash.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "guid/guid.h"
+#include "guid/vel_guid.h"
+#include "tests/support/platform_seams.h"
+
+namespace {
+
+constexpr guid_record kRecord = {
+    0x3c0a917e, 0x5d1f, 0x11d9, 0x8a, 0x2b, {0, 0x0c, 0x29, 0x4f, 0x1a, 0x33}, {}};
+constexpr char kText[] = "3c0a917e-5d1f-11d9-8a2b-000c294f1a33";
+constexpr guid_record kBadVariant = {1, 2, 3, 0xE0, 5, {6}, {}};
+
+std::string text_of(const guid_record& record) {
+    char* text = nullptr;
+    unsigned long status = 1;
+    guid_to_string(&record, &text, &status);
+    EXPECT_EQ(status, 0U);
+    const std::string copy = text;
+    free(text);
+    return copy;
+}
+
+guid_record with_last_node_byte(uint8_t byte) {
+    guid_record record = kRecord;
+    record.node[5] = byte;
+    return record;
+}
+
+TEST(GuidText, PrintsThirtySixCharacters) {
+    EXPECT_EQ(text_of(kRecord), kText);
+    EXPECT_EQ(text_of({}), "00000000-0000-0000-0000-000000000000");
+    guid_record wide = kRecord;
+    wide.time_low |=
+        0xABCD000000000000;  // as name-based records have it: the low 32 bits are shown
+    EXPECT_EQ(text_of(wide), kText);
+}
+
+TEST(GuidText, IsParsedInTheFormsAndSpellingsThatTheScannerTakes) {
+    const guid_record dotted = {
+        0x3c0a917e, 0x5d1f, 0, 0x8a, 0x2b, {0, 0x0c, 0x29, 0x4f, 0x1a, 0x33}, {}};
+    const guid_record negative = {
+        static_cast<unsigned long>(-0x3c0a917), 0x5d1f, 0x11d9, 0x8a, 0x2b,
+        {0, 0x0c, 0x29, 0x4f, 0x1a, 0x33},      {}};
+    const guid_record odd = {0xc0a917, 0xffff, 0x1d, 0x82, 0xb, {0, 0x0c, 0x29, 0x4f, 0x1a, 0x33},
+                             {}};
+    const struct {
+        const char* text;
+        guid_record record;
+    } rows[] = {
+        {kText, kRecord},
+        {"3C0A917E-5D1F-11D9-8A2B-000C294F1A33", kRecord},
+        {"3c0a917e5d1f.8a.2b.00.0c.29.4f.1a.33", dotted},
+        {"-3c0a917-5d1f-11d9-8a2b-000c294f1a33", negative},
+        {"  c0a917- -01-0x1d- 82b-000c294f1a33", odd},
+        {"", {}},
+        {nullptr, {}},
+    };
+    for (const auto& row : rows) {
+        guid_record record = kBadVariant;
+        unsigned long status = 1;
+        guid_from_string(row.text, &record, &status);
+        EXPECT_EQ(status, 0U) << (row.text ? row.text : "null");
+        EXPECT_EQ(memcmp(&record, &row.record, sizeof record), 0) << (row.text ? row.text : "null");
+    }
+}
+
+TEST(GuidText, IsRefusedWithTheOutputUntouched) {
+    const struct {
+        const char* text;
+        unsigned long status;
+    } rows[] = {
+        {"3c0a917e-5d1f-11d9-8a2b-000c294f1a3", guid_s_invalid_string},
+        {"3c0a917e-5d1f-11d9-8a2b-000c294f1a333", guid_s_invalid_string},
+        {"3c0a917e-5d1f-11d9-8a2b-000c294f1ag3", guid_s_invalid_string},
+        {"3g0a917e-5d1f-11d9-8a2b-000c294f1a33", guid_s_invalid_string},
+        {"3c0a917e-5d1f+11d9-8a2b-000c294f1a33", guid_s_invalid_string},
+        {"0xc0a917--001-0x1d-82b000c294f1a3345", guid_s_invalid_string},
+        {"3c0a917e5d1f-8a.2b.00.0c.29.4f.1a.33", guid_s_invalid_string},
+        {"3c0a917e-5d1f-11d9-ea2b-000c294f1a33", guid_s_bad_variant},
+        {"3c0a917e5d1f.ff.2b.00.0c.29.4f.1a.33", guid_s_bad_variant},
+    };
+    for (const auto& row : rows) {
+        guid_record record = kRecord;
+        unsigned long status = 0;
+        guid_from_string(row.text, &record, &status);
+        EXPECT_EQ(status, row.status) << row.text;
+        EXPECT_EQ(memcmp(&record, &kRecord, sizeof record), 0) << row.text;
+    }
+}
+
+TEST(GuidText, NeedsAPlaceAndMemory) {
+    const seams::Restored restored;
+    unsigned long status = 1;
+    guid_to_string(&kBadVariant, nullptr, &status);
+    EXPECT_EQ(status, 0U);
+    char kept[] = "kept";
+    char* text = kept;
+    guid_to_string(&kBadVariant, &text, &status);
+    EXPECT_EQ(status, static_cast<unsigned long>(guid_s_bad_variant));
+    EXPECT_EQ(text, kept);
+    seams::now.no_memory = true;
+    guid_to_string(&kRecord, &text, &status);
+    seams::now.no_memory = false;
+    EXPECT_EQ(status, static_cast<unsigned long>(guid_s_no_memory));
+    EXPECT_EQ(text, nullptr);
+}
+
+TEST(GuidOrder, ComparesFieldByFieldAndNullAsNil) {
+    constexpr guid_record kNil{};
+    guid_record padded{};
+    padded.padding[3] = 1;  // not nil, and yet equal to it
+    guid_record wide = kRecord, later_mid = kRecord;
+    wide.time_low |= 1UL << 40;
+    later_mid.time_mid = 0xFFFF;
+    later_mid.time_low -= 1;
+    const guid_record low_node = with_last_node_byte(0x7F), high_node = with_last_node_byte(0x80);
+    const struct {
+        const guid_record* a;
+        const guid_record* b;
+        int order;
+    } rows[] = {
+        {nullptr, nullptr, 0},       {nullptr, &kNil, 0},        {&kNil, nullptr, 0},
+        {nullptr, &kRecord, -1},     {&kRecord, nullptr, 1},     {&kRecord, &kRecord, 0},
+        {&low_node, &high_node, -1}, {&high_node, &low_node, 1}, {&wide, &kRecord, 1},
+        {&later_mid, &kRecord, -1},  {&padded, nullptr, 1},      {&padded, &kNil, 0},
+    };
+    for (const auto& row : rows) {
+        unsigned long status = 1;
+        EXPECT_EQ(guid_compare(row.a, row.b, &status), row.order);
+        EXPECT_EQ(status, 0U);
+        if (!row.a || !row.b) continue;
+        EXPECT_EQ(guid_equal(row.a, row.b, &status), row.order == 0);
+        EXPECT_EQ(guid_is_nil(row.a, &status), 0);
+    }
+    unsigned long status = 1;
+    EXPECT_EQ(guid_is_nil(&kNil, &status), 1);
+}
+
+TEST(GuidVariant, IsCheckedByEveryCallThatTakesARecord) {
+    const guid_record* const bad[] = {&kBadVariant, nullptr};
+    for (const guid_record* record : bad) {
+        const auto refuses = [](auto call, auto answer) {
+            unsigned long status = 0;
+            EXPECT_EQ(call(&status), answer);
+            EXPECT_EQ(status, static_cast<unsigned long>(guid_s_bad_variant));
+        };
+        refuses([&](unsigned long* s) { return guid_hash(record, s); }, 0);
+        refuses([&](unsigned long* s) { return guid_is_nil(record, s); }, 0);
+        refuses([&](unsigned long* s) { return guid_equal(record, &kRecord, s); }, 0);
+        refuses([&](unsigned long* s) { return guid_equal(&kRecord, record, s); }, 0);
+    }
+    unsigned long status = 0;
+    EXPECT_EQ(guid_compare(nullptr, &kBadVariant, &status), -1);
+    EXPECT_EQ(guid_compare(&kBadVariant, nullptr, &status), -1);
+    EXPECT_EQ(guid_compare(&kRecord, &kBadVariant, nullptr), -1);
+    for (const int accepted : {0x00, 0x7F, 0x80, 0xBF, 0xC0, 0xDF}) {
+        guid_record record = kRecord;
+        record.clock_seq_hi_and_reserved = static_cast<uint8_t>(accepted);
+        EXPECT_EQ(guid_equal(&record, &record, &status), 1) << accepted;
+    }
+}
+
+// The expected values come from a model with arbitrary-precision sums cut to signed 16 bits.
+TEST(GuidHash, SumsSixteenBytesInStorageOrder) {
+    guid_record high{};
+    memset(&high, 0xFF, 16);
+    high.clock_seq_hi_and_reserved = 0xDF;
+    const struct {
+        guid_record record;
+        int hash;
+    } rows[] = {
+        {{}, 0},
+        {{1, 0, 0, 0, 0, {}, {}}, 0x0FEF},
+        {high, 0x9E81},  // the sum of sums has gone beyond 32,767 and wrapped
+        {{0x6ba7b810, 0x9dad, 0x11d1, 0x80, 0xb4, {0, 0xc0, 0x4f, 0xd4, 0x30, 0xc8}, {}}, 0x51AE},
+    };
+    for (const auto& row : rows) {
+        unsigned long status = 1;
+        EXPECT_EQ(guid_hash(&row.record, &status), row.hash);
+        EXPECT_EQ(status, 0U);
+    }
+}
+
+}  // namespace

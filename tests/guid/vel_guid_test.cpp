@@ -1,0 +1,200 @@
+// The host GUID file and the environment for messages, on a private "/etc".
+#include "guid/vel_guid.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "guid/host_guid.h"
+#include "tests/support/platform_seams.h"
+#include "tests/support/scratch_host.h"
+
+namespace {
+
+using std::string;
+
+constexpr char kFile[] = "/etc/VELGUID";
+const string kHeader = "This is the Velmar GUID file do not change or delete.\n";
+const string kGuid = "0123456789abcdef";
+const string kZero(16, '\0');
+
+string content() {
+    std::ifstream in(kFile, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void put(const string& bytes) { std::ofstream(kFile, std::ios::binary) << bytes; }
+
+int32_t write_guid(const string& guid) {
+    return vel_guid_write(reinterpret_cast<const uint8_t*>(guid.data()));
+}
+
+class HostGuidFile : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        static const bool entered = (enter_scratch_host(), true);
+        ASSERT_TRUE(entered);
+    }
+    HostGuidFile() { unlink(kFile); }
+    seams::Restored restored_;
+};
+
+TEST_F(HostGuidFile, IsReadByTheRules) {
+    const string longer = kHeader.substr(0, 53) + " and more\n";
+    const string endless = kHeader.substr(0, 53) + string(300, '.');
+    const struct {
+        const char* what;
+        string bytes;
+        int32_t status;
+        string guid;
+    } rows[] = {
+        {"valid", kHeader + kGuid, 0, kGuid},
+        {"more behind", kHeader + kGuid + "tail", 0, kGuid},
+        {"line goes on", longer + kGuid, 0, kGuid},
+        {"line goes on to 255 characters", endless, 0, string(16, '.')},
+        {"line feed in the GUID", kHeader + "\n\n" + kGuid, 0, "\n\n" + kGuid.substr(0, 14)},
+        {"empty", "", guid_s_not_found, ""},
+        {"header only", kHeader, guid_s_not_found, ""},
+        {"15 bytes", kHeader + kGuid.substr(1), guid_s_not_found, kGuid.substr(1)},
+        {"zero", kHeader + kZero, guid_s_not_found, kZero},
+        {"changed letter", "T" + string(kHeader).replace(0, 1, "h") + kGuid, guid_s_not_found, ""},
+        {"other product", string(kHeader).replace(12, 6, "Marvel") + kGuid, guid_s_not_found, ""},
+        {"short line", "This is\n" + kGuid + kGuid + kGuid + kGuid, guid_s_not_found, ""},
+        {"no line feed at 53", kHeader.substr(0, 53), guid_s_not_found, ""},
+        {"NUL in the header", string(kHeader).replace(4, 1, 1, '\0') + kGuid, guid_s_not_found, ""},
+    };
+    for (const auto& row : rows) {
+        put(row.bytes);
+        string buffer(16, '#');
+        EXPECT_EQ(vel_guid_read(reinterpret_cast<uint8_t*>(buffer.data())), row.status) << row.what;
+        EXPECT_EQ(buffer, row.guid + string(16 - row.guid.size(), '#')) << row.what;
+    }
+}
+
+TEST_F(HostGuidFile, IsNotFoundWhereNothingCanBeRead) {
+    uint8_t guid[16];
+    EXPECT_EQ(vel_guid_read(guid), guid_s_not_found) << "absent";
+    ASSERT_EQ(mkfifo(kFile, 0600), 0);
+    EXPECT_EQ(vel_guid_read(guid), guid_s_not_found) << "a pipe, and no waiting for its other end";
+    unlink(kFile);
+    ASSERT_EQ(mkdir(kFile, 0700), 0);
+    EXPECT_EQ(vel_guid_read(guid), guid_s_not_found) << "directory";
+    EXPECT_EQ(write_guid(kGuid), guid_s_write_failed) << "directory";
+    rmdir(kFile);
+}
+
+TEST_F(HostGuidFile, IsSeventyBytesWhateverStoodThere) {
+    for (const string& before : {string(), string("short"), string(500, 'x')}) {
+        put(before);
+        EXPECT_EQ(write_guid(kGuid), 0);
+        EXPECT_EQ(content(), kHeader + kGuid);
+        EXPECT_EQ(content().size(), 70U);
+    }
+}
+
+TEST_F(HostGuidFile, KeepsModeAndLinksAndHasTheUmaskWhenNew) {
+    const mode_t before = umask(027);
+    EXPECT_EQ(write_guid(kGuid), 0);
+    umask(before);
+    struct stat file;
+    ASSERT_EQ(stat(kFile, &file), 0);
+    EXPECT_EQ(file.st_mode & 07777, 0640U);
+
+    ASSERT_EQ(chmod(kFile, 0604), 0);
+    ASSERT_EQ(rename(kFile, "/etc/elsewhere"), 0);
+    ASSERT_EQ(link("/etc/elsewhere", "/etc/hard"), 0);
+    ASSERT_EQ(symlink("elsewhere", kFile), 0);
+    EXPECT_EQ(write_guid("fedcba9876543210"), 0);
+    ASSERT_EQ(lstat(kFile, &file), 0);
+    EXPECT_TRUE(S_ISLNK(file.st_mode));
+    ASSERT_EQ(stat("/etc/hard", &file), 0);
+    EXPECT_EQ(file.st_nlink, 2U);
+    EXPECT_EQ(file.st_mode & 07777, 0604U);
+    EXPECT_EQ(content(), kHeader + "fedcba9876543210");
+}
+
+TEST_F(HostGuidFile, CannotBeWrittenWithoutItsDirectory) {
+    const auto without_etc = [] {
+        if (chroot("/proc/self/fdinfo") != 0) _exit(1);
+        _exit(write_guid(kGuid) == guid_s_write_failed ? 42 : 2);
+    };
+    EXPECT_EXIT(without_etc(), testing::ExitedWithCode(42), "");
+}
+
+// A write that fails is not reported; but it neither loses the old GUID nor leaves half of a new
+// one.
+TEST_F(HostGuidFile, KeepsTheOldGuidWhenAWriteIsCutShort) {
+    const auto write_limited = [](rlim_t limit) {
+        const rlimit limits{limit, limit};
+        signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &limits);
+        _exit(write_guid("fedcba9876543210") == 0 ? 42 : 1);
+    };
+    for (const string& old : {kHeader + kGuid, string(), string("short")}) {
+        for (const rlim_t limit : {0, 3, 54, 60, 69}) {
+            put(old);
+            EXPECT_EXIT(write_limited(limit), testing::ExitedWithCode(42), "");
+            EXPECT_EQ(content(), old) << limit;
+        }
+    }
+}
+
+TEST_F(HostGuidFile, IsOldOrNewAfterAKillAtAnyMoment) {
+    const string other = "fedcba9876543210";
+    std::minstd_rand random(7);
+    for (int round = 0; round < 60; ++round) {
+        put(kHeader + kGuid);
+        const pid_t writer = fork();
+        if (writer == 0) {
+            for (bool odd = true;; odd = !odd) write_guid(odd ? other : kGuid);
+        }
+        for (volatile unsigned long spin = random() % 400'000; spin > 0;) spin = spin - 1;
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+        const string left = content();
+        EXPECT_TRUE(left == kHeader + kGuid || left == kHeader + other) << left;
+    }
+}
+
+TEST(MessageEnvironment, IsSetFromTheLocaleAndTheCatalogsBefore) {
+    const seams::Restored restored;
+    const string catalogs = "/opt/velmar/guid/%L/%N.cat";
+    const struct {
+        string locale;  // "" for none
+        const char* nlspath;
+        string lang_after, nlspath_after;
+    } rows[] = {
+        {"C", nullptr, "en_US", catalogs},
+        {"", "/x/%N", "en_US", catalogs + ":/x/%N"},
+        {"de_DE", "", "de_DE", catalogs + ":"},
+        {"POSIX", "/a:/b", "POSIX", catalogs + ":/a:/b"},
+        {"C.UTF-8", nullptr, "C.UTF-8", catalogs},
+        {string(255, 'l'), nullptr, string(250, 'l'), catalogs},
+    };
+    for (const auto& row : rows) {
+        seams::now.message_locale = row.locale.c_str();
+        row.nlspath ? setenv("NLSPATH", row.nlspath, 1) : unsetenv("NLSPATH");
+        EXPECT_EQ(vel::guid::psSetNlsPath(), 0);
+        EXPECT_EQ(getenv("LANG"), row.lang_after);
+        EXPECT_EQ(getenv("NLSPATH"), row.nlspath_after);
+    }
+    seams::now.no_memory = true;
+    EXPECT_EQ(vel::guid::psSetNlsPath(), -1);
+    seams::now.no_memory = false;
+    EXPECT_EQ(getenv("NLSPATH"), catalogs);
+
+    char path[sizeof vel::guid::kInstallPath];
+    EXPECT_EQ(vel::guid::psGetInstallPath(path), 0);
+    EXPECT_STREQ(path, "/opt/velmar/guid/");
+}
+
+}  // namespace

@@ -1,0 +1,28 @@
+/* Every public header, included and called as a C99 program would. */
+#include <stdlib.h>
+#include <string.h>
+
+#include "guid/guid.h"
+#include "guid/vel_guid.h"
+
+int main(void) {
+    guid_record parsed, named;
+    unsigned long status = 1;
+    char* text = NULL;
+    uint8_t guid[16], address[6];
+    const char* const form = "6ba7b810-9dad-11d1-80b4-00c04fd430c8";
+
+    guid_from_string(form, &parsed, &status);
+    if (status != 0 || parsed.node[5] != 0xc8) return 1;
+    guid_to_string(&parsed, &text, &status);
+    if (status != 0 || strcmp(text, form) != 0) return 2;
+    free(text);
+    guid_create_from_name(&named, "www.example.com", 15, &status, parsed);
+    if (guid_equal(&parsed, &named, &status) || guid_compare(&parsed, &named, &status) == 0) return 3;
+    guid_create_nil(&named, &status);
+    if (!guid_is_nil(&named, &status) || guid_hash(&named, &status) != 0) return 4;
+    guid_get_address(address, &status);
+    if (vel_guid_init() != 0 || (status == 0 && vel_guid_generate(guid) != 0)) return 5;
+    if (vel_guid_write(NULL) != guid_s_write_failed || vel_guid_read(NULL) != guid_s_not_found) return 6;
+    return vel_guid_terminate();
+}

@@ -1,0 +1,219 @@
+#!/usr/bin/env python3
+"""Runs the real velguid as its users do: as root, with a private "/etc" and "/opt"."""
+import os
+import pathlib
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+VELGUID = None  # the program, from the command line
+FILE = pathlib.Path("/etc/VELGUID")
+HEADER = b"This is the Velmar GUID file do not change or delete.\n"
+GUID = bytes(range(1, 17))
+GUID_LINE = "Guid:01.02.03.04.05.06.07.08.09.0a.0b.0c.0d.0e.0f.10\n"
+BANNER = ("Velmar GUID utility - Version 1, Release 3, Level 1.\n"
+          "Copyright (C) Velmar 2005. All rights reserved.\n\n")
+USAGE = ("Usage : velguid  [-Create] [-Decimal] [-Help] [-Show]  \n"
+         "[-Write [-Guid=ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff] [-New]] [-Quiet]\n")
+HELP = """-CREATE\tGenerates and stores a new GUID on the host.
+\tIf a GUID already exists, it will be displayed.
+-HELP\tDisplays help for the velguid commands.
+-SHOW\tReturns the value of the current GUID.
+-WRITE\tWrites the GUID specified in the -GUID option to the file/registry.
+\tFor example, -WRITE -GUID='string' will use the value in 'string'
+\tinstead of generating a new GUID.
+\tThe 'string' must be a valid GUID (32 hex values).
+\t-NEW\tWhen used with -WRITE will create a new GUID
+\t\teven if one exists.
+"""
+EXISTS = "HQXGD0004I A GUID already exists on this host. A new GUID will not be created.\n"
+CREATING = "HQXGD0005I A GUID entry was not found. The program is generating a new one.\n"
+NOT_FOUND = "HQXGD0006I A GUID entry was not found.\n"
+NOT_WRITTEN = "HQXGD0008E The GUID entry could not be written.\n"
+NOT_READ = "HQXGD0009E The GUID entry can not be read.\n"
+BAD_FORMAT = "HQXGD0003E The format of the GUID is invalid.\n"
+NO_GUID = "HQXGD0011E When using '-Write' you must enter '-Guid=ff.ff...' or use '-New'.\n"
+NOT_ROOT = "HQXGD0000E You must have root user authority to run this program.\n"
+VALUE = "-g=1.2.3.4.5.6.7.8.9.a.b.c.d.e.f.10"
+
+
+def invalid(option):
+    return f"HQXGD0001E Invalid option '{option}'.\n{USAGE}"
+
+
+def run(*options, **how):
+    how = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT, **how}
+    done = subprocess.run([VELGUID, *options], timeout=60, **how)
+    return done.returncode, (done.stdout or b"").decode("latin-1")
+
+
+def store(content):
+    FILE.unlink(missing_ok=True)
+    if content is not None:
+        FILE.write_bytes(content)
+
+
+class VelguidTest(unittest.TestCase):
+    def setUp(self):
+        store(None)
+
+    def check(self, status, shown, *options, **how):
+        with self.subTest(options=[option[:80] for option in options]):
+            self.assertEqual(run(*options, **how), (status, shown))
+
+    def test_options_and_what_they_show(self):
+        for content, options, status, shown in [
+                (None, "", 255, USAGE),
+                (None, "-h", 0, USAGE + HELP),
+                (None, "-Show -HELP", 0, USAGE + HELP),
+                (None, "-?", 255, invalid("?")),
+                (None, "-Showx", 255, invalid("SHOWX")),
+                (None, "-cx", 255, invalid("CX")),
+                (None, "-creates", 255, invalid("CREATES")),
+                (None, "-Gui 1.2", 255, BAD_FORMAT),
+                (None, "-Gx=1", 255, invalid("GX")),
+                (None, "-guide", 255, invalid("GUIDE")),
+                (None, "-", 255, invalid("-")),
+                (None, "--show", 255, invalid("--show")),
+                (None, "-x", 255, invalid("-x")),
+                (None, "show", 255, invalid("show")),
+                (None, "-s later", 255, invalid("later")),
+                (None, "-Decimal", 255, invalid("-Decimal")),
+                (None, "-new -Dec", 255, invalid("-Dec")),
+                (None, "-w", 255, NO_GUID),
+                (None, "-g", 255, BAD_FORMAT),
+                (None, "-g=", 255, BAD_FORMAT),
+                (None, "-w -g=1.2.3", 255, BAD_FORMAT),
+                (None, "-w " + VALUE.replace(".10", "."), 255, BAD_FORMAT),
+                (None, "-s", 150, NOT_FOUND),
+                (b"wrong", "-SHOW", 150, NOT_FOUND),
+                (HEADER + bytes(16), "-sh", 150, NOT_FOUND),
+                (HEADER + GUID, "-Show", 0, GUID_LINE),
+                (HEADER + GUID, "-Create -s -w", 0, GUID_LINE),
+                (HEADER + GUID, "-s -DEC", 0, "Guid:1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16\n"),
+                (HEADER + GUID, "-c", 0, EXISTS + GUID_LINE),
+                (HEADER + GUID, "-create -new", 0, EXISTS + GUID_LINE)]:
+            store(content)
+            self.check(status, BANNER + shown, *options.split())
+            self.assertEqual(FILE.read_bytes() if content is not None else None, content)
+
+    def test_quiet_shows_nothing_and_keeps_the_status(self):
+        for content, options, status in [
+                (HEADER + GUID, "-Quiet -Show", 0), (None, "-s -q", 150), (None, "-q -x", 255),
+                (None, "-q", 255), (None, "-c -qui", 0), (None, "-h -q", 0), (None, "-q -w", 255)]:
+            store(content)
+            self.check(status, "", *options.split())
+        # Only the leading options are looked through, and a wrong one is shown, without the banner.
+        self.check(255, BANNER + invalid("x"), "x", "-q")
+        self.check(255, invalid("QX"), "-s", "-qx")
+
+    def test_write_stores_the_value(self):
+        odd = "-g= 0x101.+2.00000003.4.5.6.7.8.9.A.B.C.D.E.F.fffffffff10tail"
+        for options, status, shown in [
+                (["-w", VALUE], 0, GUID_LINE), (["-GUID" + VALUE[2:], "-WRITE"], 0, GUID_LINE),
+                (["-w", odd], 0, GUID_LINE), (["-w", "-new", VALUE], 0, GUID_LINE)]:
+            store(None)
+            self.check(status, BANNER + shown, *options)
+            self.assertEqual(FILE.read_bytes(), HEADER + GUID)
+        self.check(0, BANNER + GUID_LINE, "-w", VALUE, env={"LANG": "tr_TR.UTF-8", "LC_ALL": "tr_TR"})
+        self.check(255, BANNER + BAD_FORMAT, "-w", "-new", "-g=1")
+        self.check(150, BANNER + NOT_READ, "-w", "-g=" + ".".join(["100"] * 16))
+
+    def test_create_makes_one_guid_and_keeps_it(self):
+        status, shown = run("-Create")
+        self.assertEqual(status, 0)
+        stored = FILE.read_bytes()
+        self.assertEqual((len(stored), stored[:54]), (70, HEADER))
+        self.assertEqual((stored[60] >> 4, stored[62] >> 6), (1, 2))
+        line = "Guid:" + ".".join(f"{byte:02x}" for byte in stored[54:]) + "\n"
+        self.assertEqual(shown, BANNER + CREATING + line)
+        self.check(0, BANNER + EXISTS + line, "-c")
+        self.assertEqual(run("-w", "-n")[0], 0)
+        self.assertNotEqual(FILE.read_bytes()[54:], stored[54:])
+
+    def test_a_file_that_cannot_be_written(self):
+        FILE.mkdir()
+        try:
+            self.check(151, BANNER + CREATING + NOT_WRITTEN, "-c")
+            self.check(151, BANNER + NOT_WRITTEN, "-w", VALUE)
+        finally:
+            FILE.rmdir()
+        # A full device is not noticed by the writing, but by the reading back.
+        FILE.symlink_to("/dev/full")
+        self.check(150, BANNER + NOT_READ, "-w", VALUE)
+
+    def test_a_limit_on_the_size_of_files(self):
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (60, 60))
+        # The output is a pipe, so that only the GUID file meets the limit.
+        self.check(150, BANNER + NOT_READ, "-w", VALUE, preexec_fn=limit)
+        self.assertEqual(FILE.read_bytes(), b"")
+        store(HEADER + GUID)
+        self.check(0, BANNER + GUID_LINE, "-w", "-new", preexec_fn=limit)
+
+    def test_only_root_may(self):
+        how = {"user": 65534, "group": 65534} if os.getuid() == 0 else {}
+        program = pathlib.Path(tempfile.mkdtemp(dir="/opt")) / "velguid"
+        shutil.copy(VELGUID, program)
+        program.parent.chmod(0o755)
+        for options, shown in [(["-s"], NOT_ROOT), (["-c"], NOT_ROOT), (["-x"], NOT_ROOT), ([], USAGE)]:
+            done = subprocess.run([program, *options], capture_output=True, check=False, **how)
+            self.assertEqual((done.returncode, done.stdout.decode()), (255, BANNER + shown))
+        self.assertFalse(FILE.exists())
+
+    def test_closed_and_full_outputs(self):
+        for closed in [(0,), (1,), (2,), (0, 1), (0, 1, 2)]:
+            def close(which=closed):
+                for fd in which:
+                    os.close(fd)
+            store(None)
+            done = subprocess.run([VELGUID, "-w", VALUE], preexec_fn=close, check=False)
+            self.assertEqual(done.returncode, 0)
+            self.assertEqual(FILE.read_bytes(), HEADER + GUID)
+        with open("/dev/full", "wb") as full:
+            self.check(0, "", "-s", stdout=full)
+            self.check(150, "", "-w", "-g=" + ".".join("0" * 16), stdout=full)
+        reader, writer = os.pipe()
+        os.close(reader)
+        self.check(0, "", "-w", "-new", stdout=writer, restore_signals=True)
+        os.close(writer)
+
+    def test_long_arguments_and_hostile_environments(self):
+        long_word = "s" * 131000
+        self.check(255, BANNER + invalid(long_word.upper()), "-" + long_word)
+        self.check(255, BANNER + invalid("x" + long_word), "x" + long_word)
+        self.check(255, BANNER + BAD_FORMAT, "-g=" + "f" * 131000)
+        self.check(0, BANNER + GUID_LINE, "-w",
+                   "-g=" + ".".join("f" * 5000 + f"{byte:02x}" for byte in GUID))
+        store(HEADER + GUID)
+        for environment in [{}, {"LANG": "x" * 5000}, {"NLSPATH": "/dev/zero:" + "%" * 100000},
+                            {"LC_ALL": "../../etc"}, {"LOCPATH": "/proc/self/mem", "LANG": "de"}]:
+            self.check(0, BANNER + GUID_LINE, "-s", env=environment)
+
+
+def main():
+    global VELGUID
+    VELGUID = os.path.abspath(sys.argv.pop(1))
+    if "--inside" not in sys.argv:
+        # A mount namespace of its own; without root, root's rights in a user namespace, too.
+        rights = [] if os.getuid() == 0 else ["--map-root-user"]
+        os.execvp("unshare", ["unshare", "--mount", *rights, sys.executable, __file__, VELGUID, "--inside",
+                              *sys.argv[1:]])
+    sys.argv.remove("--inside")
+    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
+    program = pathlib.Path(tempfile.mkdtemp()) / "velguid"
+    shutil.copy(VELGUID, program)  # from here the program does not vanish under the new mounts
+    VELGUID = str(program)
+    for place in ["/etc", "/opt"]:
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "scratch", place], check=True)
+    try:
+        unittest.main()
+    finally:
+        shutil.rmtree(program.parent)
+
+
+if __name__ == "__main__":
+    main()
