@@ -21,8 +21,11 @@ void MD5_memset(void* output, size_t length) { explicit_bzero(output, length); }
 
 // Writes the low 32 bits of each word, least significant byte first.
 void Encode(uint8_t* output, const uint64_t* input, size_t words) {
-    for (size_t i = 0; i < 4 * words; ++i) {
-        output[i] = static_cast<uint8_t>(input[i / 4] >> (8 * (i % 4)));
+    for (size_t i = 0; i < words; ++i, output += 4) {
+        output[0] = static_cast<uint8_t>(input[i]);
+        output[1] = static_cast<uint8_t>(input[i] >> 8);
+        output[2] = static_cast<uint8_t>(input[i] >> 16);
+        output[3] = static_cast<uint8_t>(input[i] >> 24);
     }
 }
 
@@ -32,8 +35,8 @@ uint64_t decode(const uint8_t* at) {
            static_cast<uint64_t>(at[2]) << 16 | static_cast<uint64_t>(at[3]) << 24;
 }
 
-uint64_t F(uint64_t x, uint64_t y, uint64_t z) { return (x & y) | (~x & z); }
-uint64_t G(uint64_t x, uint64_t y, uint64_t z) { return (x & z) | (y & ~z); }
+uint64_t F(uint64_t x, uint64_t y, uint64_t z) { return z ^ (x & (y ^ z)); }
+uint64_t G(uint64_t x, uint64_t y, uint64_t z) { return (x & z) + (y & ~z); }
 uint64_t H(uint64_t x, uint64_t y, uint64_t z) { return x ^ y ^ z; }
 uint64_t I(uint64_t x, uint64_t y, uint64_t z) { return y ^ (x | ~z); }
 
@@ -72,8 +75,8 @@ template <size_t kStep>
     constexpr size_t kWord = (round.first_word + kStep * round.word_step) % 16;
     uint64_t& a = s[(64 - kStep) % 4];
     const uint64_t b = s[(65 - kStep) % 4], c = s[(66 - kStep) % 4], d = s[(67 - kStep) % 4];
-    a = rotate_left(a + round.mix(b, c, d) + words[kWord] + kSines[kStep], round.shift[kStep % 4]) +
-        b;
+    const uint64_t ready = a + words[kWord] + kSines[kStep];  // while b is still to come
+    a = rotate_left(ready + round.mix(b, c, d), round.shift[kStep % 4]) + b;
 }
 
 template <size_t... kStep>
@@ -110,14 +113,19 @@ void MD5Update(MD5_CTX* context, const uint8_t* input, size_t length) {
 }
 
 void MD5Final(uint8_t digest[16], MD5_CTX* context) {
-    static constexpr uint8_t kPadding[kBlockBytes] = {0x80};
+    constexpr size_t kRoom = kBlockBytes - kLengthBytes;
+    uint8_t* const buffer = context->buffer;
+    size_t at = filled(*context);
+    buffer[at++] = 0x80;
+    if (at > kRoom) {
+        memset(buffer + at, 0, kBlockBytes - at);
+        MD5Transform(context->state, buffer);
+        at = 0;
+    }
+    memset(buffer + at, 0, kRoom - at);
     const uint64_t bits[2] = {context->bits, context->bits >> 32};
-    uint8_t length[kLengthBytes];
-    Encode(length, bits, 2);
-    const size_t at = filled(*context);
-    const size_t room = kBlockBytes - kLengthBytes;
-    MD5Update(context, kPadding, at < room ? room - at : kBlockBytes + room - at);
-    MD5Update(context, length, kLengthBytes);
+    Encode(buffer + kRoom, bits, 2);
+    MD5Transform(context->state, buffer);
     Encode(digest, context->state, 4);
     MD5_memset(context, sizeof *context);
 }
