@@ -51,22 +51,24 @@ void renew_clock_seq(Generator& g) {
     if (g.s_clock_seq == 0) g.s_clock_seq = 1;
 }
 
-// Brings the clock state to the reading, or to a further one when that is used up: the one it took.
-Timestamp advance_clock(Generator& g, Timestamp reading) {
-    bool spin = false;
-    for (;; uuid__get_os_time(&reading)) {
-        if (reading == g.s_time_last) {
-            if (g.s_time_adjust == kMaxAdjust) {
-                spin = true;
-            } else {
-                ++g.s_time_adjust;
-            }
-        } else {
-            if (earlier(reading, g.s_time_last)) renew_clock_seq(g);
-            g.s_time_adjust = 0;
-        }
-        // The flag is never cleared: after 32,767 GUIDs in one reading the call does not return.
-        if (!spin) return reading;
+// Brings the clock state to a reading; false when that has given all it can.
+bool use_reading(Generator& g, Timestamp reading) {
+    if (reading == g.s_time_last) {
+        if (g.s_time_adjust == kMaxAdjust) return false;
+        ++g.s_time_adjust;
+        return true;
+    }
+    if (earlier(reading, g.s_time_last)) renew_clock_seq(g);
+    g.s_time_adjust = 0;
+    return true;
+}
+
+// After 32,767 GUIDs in one reading a call does not return: it goes on reading, whatever the clock
+// shows by then. Kept so: a clock that moves never gets there.
+[[noreturn]] void spin(Generator& g) {
+    for (Timestamp reading;;) {
+        uuid__get_os_time(&reading);
+        (void)use_reading(g, reading);
     }
 }
 
@@ -80,9 +82,9 @@ Timestamp adjusted(Timestamp reading, uint16_t adjust) {
 
 // Takes the timestamp and clock sequence of one GUID. The caller holds s_lock_guid_create.
 void take_timestamp(Generator& g, Timestamp reading, guid_record& record) {
-    const Timestamp taken = advance_clock(g, reading);
-    const Timestamp now = adjusted(taken, g.s_time_adjust);
-    g.s_time_last = taken;
+    if (!use_reading(g, reading)) spin(g);
+    g.s_time_last = reading;
+    const Timestamp now = adjusted(reading, g.s_time_adjust);
     g.s_time_now = now;
     record.time_low = now.lo;  // with its 33rd bit, if it has one
     record.time_mid = static_cast<uint16_t>(now.hi & 0xFFFF);

@@ -48,7 +48,7 @@ TEST(Digest, KeepsTheUpperHalvesOfItsWords) {
         {std::string(1000, 'y'), "67f20a829e240bb27278c6ce79936132"},
     };
     for (const auto& row : rows) {
-        for (const size_t part : {1000, 64, 7}) {
+        for (const size_t part : {size_t{1000}, size_t{64}, size_t{7}}) {
             EXPECT_EQ(digest_of(row.message, part), row.digest) << row.message.size();
         }
     }

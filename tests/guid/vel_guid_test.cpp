@@ -34,6 +34,12 @@ string content() {
 
 void put(const string& bytes) { std::ofstream(kFile, std::ios::binary) << bytes; }
 
+string header_with(size_t at, char letter) {
+    string changed = kHeader;
+    changed[at] = letter;
+    return changed;
+}
+
 int32_t write_guid(const string& guid) {
     return vel_guid_write(reinterpret_cast<const uint8_t*>(guid.data()));
 }
@@ -66,11 +72,11 @@ TEST_F(HostGuidFile, IsReadByTheRules) {
         {"header only", kHeader, guid_s_not_found, ""},
         {"15 bytes", kHeader + kGuid.substr(1), guid_s_not_found, kGuid.substr(1)},
         {"zero", kHeader + kZero, guid_s_not_found, kZero},
-        {"changed letter", "T" + string(kHeader).replace(0, 1, "h") + kGuid, guid_s_not_found, ""},
-        {"other product", string(kHeader).replace(12, 6, "Marvel") + kGuid, guid_s_not_found, ""},
+        {"changed letter", header_with(1, 'H') + kGuid, guid_s_not_found, ""},
+        {"changed word", header_with(13, 'i') + kGuid, guid_s_not_found, ""},
         {"short line", "This is\n" + kGuid + kGuid + kGuid + kGuid, guid_s_not_found, ""},
         {"no line feed at 53", kHeader.substr(0, 53), guid_s_not_found, ""},
-        {"NUL in the header", string(kHeader).replace(4, 1, 1, '\0') + kGuid, guid_s_not_found, ""},
+        {"NUL in the header", header_with(4, '\0') + kGuid, guid_s_not_found, ""},
     };
     for (const auto& row : rows) {
         put(row.bytes);
@@ -140,7 +146,7 @@ TEST_F(HostGuidFile, KeepsTheOldGuidWhenAWriteIsCutShort) {
         _exit(write_guid("fedcba9876543210") == 0 ? 42 : 1);
     };
     for (const string& old : {kHeader + kGuid, string(), string("short")}) {
-        for (const rlim_t limit : {0, 3, 54, 60, 69}) {
+        for (const unsigned limit : {0U, 3U, 54U, 60U, 69U}) {
             put(old);
             EXPECT_EXIT(write_limited(limit), testing::ExitedWithCode(42), "");
             EXPECT_EQ(content(), old) << limit;

@@ -18,11 +18,13 @@ int main(void) {
     if (status != 0 || strcmp(text, form) != 0) return 2;
     free(text);
     guid_create_from_name(&named, "www.example.com", 15, &status, parsed);
-    if (guid_equal(&parsed, &named, &status) || guid_compare(&parsed, &named, &status) == 0) return 3;
+    if (guid_equal(&parsed, &named, &status) || guid_compare(&parsed, &named, &status) == 0)
+        return 3;
     guid_create_nil(&named, &status);
     if (!guid_is_nil(&named, &status) || guid_hash(&named, &status) != 0) return 4;
     guid_get_address(address, &status);
     if (vel_guid_init() != 0 || (status == 0 && vel_guid_generate(guid) != 0)) return 5;
-    if (vel_guid_write(NULL) != guid_s_write_failed || vel_guid_read(NULL) != guid_s_not_found) return 6;
+    if (vel_guid_write(NULL) != guid_s_write_failed || vel_guid_read(NULL) != guid_s_not_found)
+        return 6;
     return vel_guid_terminate();
 }
