@@ -43,12 +43,16 @@ unsigned long expected_status(const std::string& text, guid_record& record) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* bytes = reinterpret_cast<const char*>(data);
     const std::string text(bytes, strnlen(bytes, size));
-    guid_record expected{}, record;
+    guid_record expected{}, record, before;
     memset(&record, 0xAB, sizeof record);
+    before = record;
     unsigned long status = 1;
     guid_from_string(text.c_str(), &record, &status);
     require(status == expected_status(text, expected), "the status is what the scanner says");
-    if (status != 0) return 0;
+    if (status != 0) {
+        require(memcmp(&record, &before, sizeof record) == 0, "a failure leaves the record");
+        return 0;
+    }
     require(memcmp(&record, &expected, sizeof record) == 0, "the record is what the scanner reads");
 
     char* printed = nullptr;

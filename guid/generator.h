@@ -4,6 +4,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <bit>
 #include <cstdint>
 
 #include "guid/clock.h"
@@ -11,6 +12,9 @@
 #include "guid/vel_guid.h"
 
 namespace vel::guid {
+
+// Records are digested, hashed and printed by how they lie in memory.
+static_assert(std::endian::native == std::endian::little);
 
 using Status = unsigned long;  // 0, a guid_s_ code, or what the address search answered
 

@@ -33,15 +33,6 @@ bool is_nil(const guid_record& record) {
     return memcmp(&record, &kNil, sizeof kNil) == 0;
 }
 
-// The bytes behind time_hi_and_version, which compare one by one.
-constexpr size_t kFirstByteField = offsetof(guid_record, clock_seq_hi_and_reserved);
-constexpr size_t kByteFields = offsetof(guid_record, padding) - kFirstByteField;
-static_assert(kByteFields == sizeof(uint64_t));
-
-int compare_bytes(const guid_record& a, const guid_record& b) {
-    return memcmp(&a.clock_seq_hi_and_reserved, &b.clock_seq_hi_and_reserved, kByteFields);
-}
-
 template <class T>
 int order(T a, T b) {
     return a < b ? -1 : a > b ? 1 : 0;
@@ -51,7 +42,9 @@ int compare_fields(const guid_record& a, const guid_record& b) {
     if (const int by = order(a.time_low, b.time_low)) return by;
     if (const int by = order(a.time_mid, b.time_mid)) return by;
     if (const int by = order(a.time_hi_and_version, b.time_hi_and_version)) return by;
-    return order(compare_bytes(a, b), 0);
+    if (const int by = order(a.clock_seq_hi_and_reserved, b.clock_seq_hi_and_reserved)) return by;
+    if (const int by = order(a.clock_seq_low, b.clock_seq_low)) return by;
+    return order(memcmp(a.node, b.node, sizeof a.node), 0);
 }
 
 using Bytes [[gnu::vector_size(16)]] = int8_t;
@@ -69,7 +62,8 @@ void print(const guid_record& record, char* to) {
     // Of a wider time_low, as name-based records have it, the text has room for the low 32 bits.
     const uint64_t start = network_order_time(record);
     uint64_t end;
-    memcpy(&end, reinterpret_cast<const uint8_t*>(&record) + kFirstByteField, sizeof end);
+    constexpr size_t kEndAt = offsetof(guid_record, clock_seq_hi_and_reserved);
+    memcpy(&end, reinterpret_cast<const uint8_t*>(&record) + kEndAt, sizeof end);
     const Words bytes = {start, end};
 
     const Bytes high = reinterpret_cast<Bytes>(bytes >> 4) & 0xF;

@@ -1,4 +1,6 @@
-// The host GUID file and the environment for messages, on a private "/etc".
+// The host GUID file and the environment for messages, on a private "/etc". What counts as a valid
+// content is held against a reading with stdio by fuzz/guid_file.cpp, whose corpus is replayed with
+// these tests.
 #include "guid/vel_guid.h"
 
 #include <fcntl.h>
@@ -25,7 +27,6 @@ using std::string;
 constexpr char kFile[] = "/etc/VELGUID";
 const string kHeader = "This is the Velmar GUID file do not change or delete.\n";
 const string kGuid = "0123456789abcdef";
-const string kZero(16, '\0');
 
 string content() {
     std::ifstream in(kFile, std::ios::binary);
@@ -33,12 +34,6 @@ string content() {
 }
 
 void put(const string& bytes) { std::ofstream(kFile, std::ios::binary) << bytes; }
-
-string header_with(size_t at, char letter) {
-    string changed = kHeader;
-    changed[at] = letter;
-    return changed;
-}
 
 int32_t write_guid(const string& guid) {
     return vel_guid_write(reinterpret_cast<const uint8_t*>(guid.data()));
@@ -53,38 +48,6 @@ class HostGuidFile : public testing::Test {
     HostGuidFile() { unlink(kFile); }
     seams::Restored restored_;
 };
-
-TEST_F(HostGuidFile, IsReadByTheRules) {
-    const string longer = kHeader.substr(0, 53) + " and more\n";
-    const string endless = kHeader.substr(0, 53) + string(300, '.');
-    const struct {
-        const char* what;
-        string bytes;
-        int32_t status;
-        string guid;
-    } rows[] = {
-        {"valid", kHeader + kGuid, 0, kGuid},
-        {"more behind", kHeader + kGuid + "tail", 0, kGuid},
-        {"line goes on", longer + kGuid, 0, kGuid},
-        {"line goes on to 255 characters", endless, 0, string(16, '.')},
-        {"line feed in the GUID", kHeader + "\n\n" + kGuid, 0, "\n\n" + kGuid.substr(0, 14)},
-        {"empty", "", guid_s_not_found, ""},
-        {"header only", kHeader, guid_s_not_found, ""},
-        {"15 bytes", kHeader + kGuid.substr(1), guid_s_not_found, kGuid.substr(1)},
-        {"zero", kHeader + kZero, guid_s_not_found, kZero},
-        {"changed letter", header_with(1, 'H') + kGuid, guid_s_not_found, ""},
-        {"changed word", header_with(13, 'i') + kGuid, guid_s_not_found, ""},
-        {"short line", "This is\n" + kGuid + kGuid + kGuid + kGuid, guid_s_not_found, ""},
-        {"no line feed at 53", kHeader.substr(0, 53), guid_s_not_found, ""},
-        {"NUL in the header", header_with(4, '\0') + kGuid, guid_s_not_found, ""},
-    };
-    for (const auto& row : rows) {
-        put(row.bytes);
-        string buffer(16, '#');
-        EXPECT_EQ(vel_guid_read(reinterpret_cast<uint8_t*>(buffer.data())), row.status) << row.what;
-        EXPECT_EQ(buffer, row.guid + string(16 - row.guid.size(), '#')) << row.what;
-    }
-}
 
 TEST_F(HostGuidFile, IsNotFoundWhereNothingCanBeRead) {
     uint8_t guid[16];
