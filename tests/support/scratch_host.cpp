@@ -21,13 +21,18 @@ bool unshare_mounts() {
     return true;
 }
 
+// In a chroot "/" need not be a mount point, so "/etc" is made one that keeps its mounts to itself.
+bool mount_scratch() {
+    (void)mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    return mount("/etc", "/etc", nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
+           mount("none", "/etc", nullptr, MS_PRIVATE, nullptr) == 0 &&
+           mount("scratch", "/etc", "tmpfs", 0, "mode=755") == 0;
+}
+
 }  // namespace
 
 void enter_scratch_host() {
-    if (unshare_mounts() && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-        mount("scratch", "/etc", "tmpfs", 0, "mode=755") == 0) {
-        return;
-    }
+    if (unshare_mounts() && mount_scratch()) return;
     perror("a private /etc for the test");
     exit(1);
 }

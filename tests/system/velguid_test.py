@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Runs the real velguid as its users do: as root, with a private "/etc" and "/opt"."""
+"""Runs the real velguid as its users do. To be run as root with a private "/etc" and "/opt":
+tests/support/scratch-host tests/system/velguid_test.py PROGRAM"""
 import os
 import pathlib
 import resource
@@ -57,6 +58,11 @@ def store(content):
 
 
 class VelguidTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        if os.listdir("/etc"):
+            raise RuntimeError("this /etc is not a scratch one")
+
     def setUp(self):
         store(None)
 
@@ -194,26 +200,6 @@ class VelguidTest(unittest.TestCase):
             self.check(0, BANNER + GUID_LINE, "-s", env=environment)
 
 
-def main():
-    global VELGUID
-    VELGUID = os.path.abspath(sys.argv.pop(1))
-    if "--inside" not in sys.argv:
-        # A mount namespace of its own; without root, root's rights in a user namespace, too.
-        rights = [] if os.getuid() == 0 else ["--map-root-user"]
-        os.execvp("unshare", ["unshare", "--mount", *rights, sys.executable, __file__, VELGUID, "--inside",
-                              *sys.argv[1:]])
-    sys.argv.remove("--inside")
-    subprocess.run(["mount", "--make-rprivate", "/"], check=True)
-    program = pathlib.Path(tempfile.mkdtemp()) / "velguid"
-    shutil.copy(VELGUID, program)  # from here the program does not vanish under the new mounts
-    VELGUID = str(program)
-    for place in ["/etc", "/opt"]:
-        subprocess.run(["mount", "-t", "tmpfs", "-o", "mode=755", "scratch", place], check=True)
-    try:
-        unittest.main()
-    finally:
-        shutil.rmtree(program.parent)
-
-
 if __name__ == "__main__":
-    main()
+    VELGUID = os.path.abspath(sys.argv.pop(1))
+    unittest.main()
