@@ -180,7 +180,8 @@ class VelguidTest(unittest.TestCase):
                 for fd in which:
                     os.close(fd)
             store(None)
-            done = subprocess.run([VELGUID, "-w", VALUE], preexec_fn=close, check=False)
+            done = subprocess.run([VELGUID, "-w", VALUE], preexec_fn=close, check=False,
+                                  stdout=subprocess.DEVNULL)
             self.assertEqual(done.returncode, 0)
             self.assertEqual(FILE.read_bytes(), HEADER + GUID)
         with open("/dev/full", "wb") as full:
