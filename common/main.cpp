@@ -1,11 +1,14 @@
 // velguid: creates, shows and writes the GUID of this host.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 
 #include "common/tool.h"
@@ -143,7 +146,22 @@ void parse_argument(const char* argument, Request& request) {
     Exit(kUsage, 0);
 }
 
+// Of two runs that create a GUID at the same moment the later one must find that of the earlier.
+// The lock is on the directory, so that it leaves nothing behind, and ends with the process.
+// Anybody may take it, so it is not waited for without end.
+void wait_for_other_creators() {
+    constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 10'000'000};
+    constexpr int kMaxPauses = 100;
+    const int directory =
+        open(vel::guid::kHostGuidDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOCTTY);
+    for (int pauses = 0; flock(directory, LOCK_EX | LOCK_NB) != 0; ++pauses) {
+        if (errno != EWOULDBLOCK || pauses == kMaxPauses) return;
+        nanosleep(&kPause, nullptr);
+    }
+}
+
 [[noreturn]] void create_host_guid(bool decimal) {
+    wait_for_other_creators();
     Guid guid;
     if (vel_guid_read(guid.data()) == 0) {
         DisplayMsg(ToolMsg::guid_exists, kEndOfParms);

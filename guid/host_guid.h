@@ -6,6 +6,8 @@
 
 namespace vel::guid {
 
+inline constexpr char kHostGuidDirectory[] = "/etc/";
+inline constexpr char kHostGuidFile[] = "/etc/VELGUID";
 inline constexpr char kInstallPath[] = "/opt/velmar/guid/";
 
 extern char header[];   // the first line of the host GUID file

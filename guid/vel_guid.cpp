@@ -24,8 +24,6 @@ char* nlsPath;
 
 namespace {
 
-constexpr char kDirectory[] = "/etc/";
-constexpr char kFile[] = "/etc/VELGUID";
 constexpr mode_t kDefaultMode = 0666;  // less the umask
 
 constexpr size_t kGuidBytes = 16;
@@ -38,7 +36,7 @@ constexpr size_t kMaxLineBytes = 255;
 class GuidFile {
   public:
     explicit GuidFile(int flags)
-        : fd_(open(kFile, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kDefaultMode)) {}
+        : fd_(open(kHostGuidFile, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kDefaultMode)) {}
     ~GuidFile() {
         if (fd_ >= 0) close(fd_);
     }
@@ -102,7 +100,7 @@ int32_t psGenerateGuid(uint8_t guid[16]) {
 
 int32_t psWriteGuid(const uint8_t guid[16]) {
     struct stat directory;
-    if (!guid || stat(kDirectory, &directory) != 0) return guid_s_write_failed;
+    if (!guid || stat(kHostGuidDirectory, &directory) != 0) return guid_s_write_failed;
     const GuidFile file(O_RDWR | O_CREAT);
     if (!file.is_open()) return guid_s_write_failed;
     Image image;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Runs the real velguid as its users do. To be run as root with a private "/etc" and "/opt":
 tests/support/scratch-host tests/system/velguid_test.py PROGRAM"""
+import fcntl
 import os
 import pathlib
 import resource
@@ -139,6 +140,18 @@ class VelguidTest(unittest.TestCase):
         self.check(0, BANNER + EXISTS + line, "-c")
         self.assertEqual(run("-w", "-n")[0], 0)
         self.assertNotEqual(FILE.read_bytes()[54:], stored[54:])
+
+    def test_creators_at_the_same_moment_agree(self):
+        creators = [subprocess.Popen([VELGUID, "-c"], stdout=subprocess.PIPE) for _ in range(12)]
+        shown = sorted(one.communicate()[0].decode().split("\n", 3)[3] for one in creators)
+        self.assertEqual(len({text.split("\n")[1] for text in shown}), 1)
+        self.assertEqual([text.startswith(CREATING) for text in shown].count(True), 1)
+        # Nobody can hold a creator up for good.
+        store(None)
+        directory = os.open("/etc", os.O_RDONLY)
+        fcntl.flock(directory, fcntl.LOCK_EX)
+        self.assertEqual(run("-c")[0], 0)
+        os.close(directory)
 
     def test_a_file_that_cannot_be_written(self):
         FILE.mkdir()
