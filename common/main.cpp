@@ -42,7 +42,8 @@ struct Request {
     Exit(kUsage, kRefused);
 }
 
-// Lets a word pass that abbreviates the keyword; refuses any other. Upper-cases the word.
+// Lets a word pass that abbreviates the keyword; refuses any other. Upper-cases the word. The name
+// is a fixed one, spelled so.
 void VerfiyToken(char* token, const char* keyword, size_t minimum_length = 1) {
     if (!abbreviates(token, keyword, minimum_length)) refuse_option(token);
 }

@@ -110,6 +110,7 @@ bool try_take_timestamp(Generator& g, guid_record& record, bool may_wait) {
 Status node_address(Generator& g, uint8_t address[6]) {
     const MutexGuard lock(g.s_lock_guid_get_address);
     if (!g.s_got_address) {
+        // Never seen by a caller: the search always puts a status of its own in its place.
         Status status = guid_s_no_address;
         uuid__get_os_address(g.s_saved_addr, &status);
         if (status != 0) return status;
@@ -170,7 +171,7 @@ uint16_t true_random() {
     if (g.s_rand_ia > 99990) g.s_rand_ia -= 89989;
     if (g.s_rand_ib > 224728) g.s_rand_ib -= 96233;
     g.s_rand_irand = g.s_rand_m * g.s_rand_irand + g.s_rand_ia + g.s_rand_ib;
-    // Not masked to 14 bits after the exclusive or: the values go up to 0xFFFF.
+    // Not masked to 14 bits after the exclusive or, as every user masks what it takes.
     return static_cast<uint16_t>((g.s_rand_irand & 0x3FFF) ^ (g.s_rand_irand >> 16));
 }
 

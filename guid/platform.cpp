@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "guid/generator.h"
 
@@ -33,23 +32,18 @@ struct Socket {
     }
 };
 
-template <class T>
-struct Freed {
-    void operator()(T* memory) const { free(memory); }
-};
-
 struct InterfaceList {
-    std::unique_ptr<char, Freed<char>> records;
+    char* records = nullptr;
     size_t length = 0;
+    ~InterfaceList() { free(records); }
 };
 
 // Fetches the interface list into a buffer that grows while the list fills it.
 bool fetch_interfaces(int fd, InterfaceList& list) {
     for (int bytes = kFirstListBytes;; bytes += kListGrowthBytes) {
-        char* grown = static_cast<char*>(realloc(list.records.get(), static_cast<size_t>(bytes)));
+        char* grown = static_cast<char*>(realloc(list.records, static_cast<size_t>(bytes)));
         if (!grown) return false;
-        (void)list.records.release();
-        list.records.reset(grown);
+        list.records = grown;
         ifconf request{};
         request.ifc_len = bytes;
         request.ifc_buf = grown;
@@ -65,7 +59,7 @@ enum class Search { found, failed, none };
 Search search_interfaces(int fd, const InterfaceList& list, uint8_t address[6]) {
     for (size_t at = 0; at + sizeof(ifreq) <= list.length; at += sizeof(ifreq)) {
         ifreq interface;
-        memcpy(&interface, list.records.get() + at, sizeof interface);
+        memcpy(&interface, list.records + at, sizeof interface);
         // One interface that cannot be asked ends the search: the ones behind it are not tried.
         if (ioctl(fd, SIOCGIFHWADDR, &interface) < 0) return Search::failed;
         const auto family = interface.ifr_hwaddr.sa_family;
