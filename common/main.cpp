@@ -162,9 +162,13 @@ void wait_for_other_creators() {
 }
 
 [[noreturn]] void create_host_guid(bool decimal) {
-    wait_for_other_creators();
     Guid guid;
-    if (vel_guid_read(guid.data()) == 0) {
+    bool exists = vel_guid_read(guid.data()) == 0;
+    if (!exists) {
+        wait_for_other_creators();
+        exists = vel_guid_read(guid.data()) == 0;
+    }
+    if (exists) {
         DisplayMsg(ToolMsg::guid_exists, kEndOfParms);
         DisplayGuid(guid.data(), decimal);
         Exit(kUsage, 0);
