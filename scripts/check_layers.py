@@ -12,6 +12,7 @@ LAYERS = {
     "log": {"runtime", "i18n"},
     "guid": set(),
     "common": {"guid", "log", "runtime", "i18n"},
+    "veltool": {"guid", "log", "runtime", "i18n"},
 }
 PUBLIC = re.compile(r"(mab|rak|cx_\w+|pmx_?\w*|vel_guid|guid)\.h$")
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)

@@ -5,7 +5,7 @@ import pathlib
 import re
 import sys
 
-HEADERS = {"guid": ["guid.h", "vel_guid.h"]}
+HEADERS = {"guid": ["guid.h", "vel_guid.h"], "i18n": ["mab.h"]}
 DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+ ?\*?(\w+)\(([^;{]*)\);", re.M)
 PASTING = re.compile(r"^\s*#\s*define\b.*##", re.M)
 
