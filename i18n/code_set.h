@@ -10,13 +10,11 @@
 
 namespace vel::i18n {
 
-// A character as UTF-8, ready to be stored: up to three bytes, the first one lowest; above them how
-// many follow the first, and the flags. ASCII is its own ready text.
+// A character as UTF-8, ready to be stored: up to three bytes, the first one lowest, and above them
+// their number. What is unmapped or a shift has no ready text.
 using ReadyText = uint32_t;
 inline constexpr unsigned kReadyLengthShift = 24;
-inline constexpr ReadyText kReadySubstituted = 0x8000'0000;  // what it stands for is unmapped
-inline constexpr ReadyText kNotReady = 0x4000'0000;          // a shift
-inline constexpr ReadyText kReadyUnusual = kReadySubstituted | kNotReady;
+inline constexpr ReadyText kReadyUnusual = 0x8000'0000;
 
 inline constexpr uint16_t kNoEbcdic = 256;
 inline constexpr uint32_t kNoRow = 0;  // no first byte of a pair

@@ -16,7 +16,7 @@ inline constexpr size_t kFamilyCount = kGb18030 + 1;
 extern const Family* const kFamilies[kFamilyCount];  // by kind
 
 inline const Family& family_of(const uc_ch_t& cs) {
-    return *kFamilies[cs.kind < kFamilyCount ? cs.kind : kOs];
+    return cs.kind < kFamilyCount ? *kFamilies[cs.kind] : *kFamilies[kOs];
 }
 
 }  // namespace vel::i18n

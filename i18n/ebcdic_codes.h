@@ -125,13 +125,36 @@ struct EbcdicDbcsWriter : Replacing {
 
 // ---- Quick ways -----------------------------------------------------------------------------
 
-inline bool advance(EbcdicSbcsReader& reader, Utf8Writer& writer, Span& s) {
-    return put_ready(reader.ready, writer, s);
+// Puts down a run of single bytes that are all ASCII. False: there is none, or the end is near.
+inline bool put_ascii_of(const uint16_t* single, Span& s) {
+    constexpr size_t kGroup = 8;
+    const uint8_t* from = s.from;
+    uint8_t* to = s.to;
+    for (size_t groups = std::min(s.left(), s.room()) / kGroup; groups > 0; --groups) {
+        unsigned any = 0;
+        for (size_t i = 0; i < kGroup; ++i) {
+            const unsigned value = single[from[i]];
+            any |= value;
+            to[i] = static_cast<uint8_t>(value);  // written again when it is not ASCII
+        }
+        if (any >= 0x80) break;
+        from += kGroup;
+        to += kGroup;
+    }
+    const bool moved = from != s.from;
+    s.from = from;
+    s.to = to;
+    return moved;
+}
+
+inline bool advance(EbcdicSbcsReader& reader, Utf8Writer&, Span& s) {
+    const bool ascii = put_ascii_of(reader.single, s);
+    return put_ready(reader.ready, s) || ascii;
 }
 
 template <bool kWhole>
-bool advance(EbcdicDbcsReader<kWhole>& reader, Utf8Writer& writer, Span& s) {
-    return !reader.pairs && put_ready(reader.ready, writer, s);
+bool advance(EbcdicDbcsReader<kWhole>& reader, Utf8Writer&, Span& s) {
+    return !reader.pairs && put_ready(reader.ready, s);
 }
 
 // Looks up a run of ASCII that has a single byte for each of its characters.
@@ -152,6 +175,10 @@ inline bool put_ebcdic(const uint16_t* ebcdic, Span& s) {
         store(to, bytes);
         from += kGroup;
         to += kGroup;
+    }
+    for (; from < s.from_end && to < s.to_end && *from < 0x80; ++from) {
+        if (ebcdic[*from] == kNoEbcdic) break;
+        *to++ = static_cast<uint8_t>(ebcdic[*from]);
     }
     const bool moved = from != s.from;
     s.from = from;

@@ -151,42 +151,37 @@ struct TableWriter : Replacing {
 // Puts down a ready text and returns where the next one goes.
 inline uint8_t* put_text(uint8_t* to, ReadyText text) {
     store(to, text);
-    return to + (text >> kReadyLengthShift & 3) + 1;
+    return to + (text >> kReadyLengthShift);
 }
 
 // Puts down the ready texts of single bytes, four by four as long as they have ample room. False
-// when nothing was done: a shift stands in the way, or the end is near.
-inline bool put_ready(const ReadyText* ready, Utf8Writer& writer, Span& span) {
+// when nothing was done: something unusual stands in the way, or the end is near.
+inline bool put_ready(const ReadyText* ready, Span& span) {
     constexpr size_t kGroup = 4;
     Span s = span;
-    uint32_t replaced = 0;
     for (; s.left() >= kGroup && s.room() >= 4 * kGroup; s.from += kGroup) {
         const ReadyText a = ready[s.from[0]], b = ready[s.from[1]];
         const ReadyText c = ready[s.from[2]], d = ready[s.from[3]];
-        const ReadyText any = a | b | c | d;
-        if (any < 0x80) {
-            store(s.to, a | b << 8 | c << 16 | d << 24);
+        const unsigned lengths = (a | b | c | d) >> kReadyLengthShift;
+        if (lengths == 1) {
+            store(s.to, (a & 0xFF) | b << 8 | c << 16 | d << 24);
             s.to += kGroup;
             continue;
         }
-        if ((any & kReadyUnusual) != 0) {
-            if ((any & kNotReady) != 0) break;
-            replaced += (a >> 31) + (b >> 31) + (c >> 31) + (d >> 31);
-        }
+        if (lengths >= kReadyUnusual >> kReadyLengthShift) break;
         s.to = put_text(put_text(put_text(put_text(s.to, a), b), c), d);
     }
-    writer.replaced = static_cast<uint16_t>(writer.replaced + replaced);
     const bool moved = s.from != span.from;
     span = s;
     return moved;
 }
 
-inline bool advance(SbcsReader& reader, Utf8Writer& writer, Span& s) {
+inline bool advance(SbcsReader& reader, Utf8Writer&, Span& s) {
     if (s.left() >= kRun && all_ascii<uint8_t, kRun>(s.from)) {
         pass_ascii<uint8_t, uint8_t>(s);
         return true;
     }
-    return put_ready(reader.ready, writer, s);
+    return put_ready(reader.ready, s);
 }
 
 }  // namespace vel::i18n

@@ -39,12 +39,10 @@ static bool is_whole(const uint8_t* image, uint64_t size, uint16_t kind) {
     }
 }
 
-// A value as UTF-8; what cannot be said in it stands for "?".
 static ReadyText ready_text(uint16_t value) {
-    if (value == kUnmapped) return kReadySubstituted | kSubstitute;
+    if (value == kUnmapped) return kReadyUnusual;
     const size_t size = Utf8Writer::size_of(value);
-    return Utf8Writer::bytes_of(value, size) |
-           static_cast<ReadyText>((size - 1) << kReadyLengthShift);
+    return Utf8Writer::bytes_of(value, size) | static_cast<ReadyText>(size << kReadyLengthShift);
 }
 
 // The value of a byte that is a character by itself.
@@ -117,7 +115,7 @@ void prepare(LoadedTable& table) {
             return prepare_ebcdic<uint8_t>(table, kind);
         case kEbcdicDbcs:
             prepare_ebcdic<uint16_t>(table, kind);
-            table.ready[kShiftOut] = kNotReady;
+            table.ready[kShiftOut] = kReadyUnusual;
             return;
         case kGb18030:
             return prepare_gb18030(table);

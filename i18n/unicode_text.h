@@ -214,20 +214,43 @@ inline size_t well_formed(uint64_t bytes) {
     return lead >> 63 != 0 ? 7 : lead_of_three >> 55 != 0 ? 6 : 8;
 }
 
+// Whether the first six of the bytes are two well-formed characters of three.
+inline bool two_of_three(uint64_t bytes) {
+    return (bytes & 0xC0C0'F0C0'C0F0) == 0x8080'E080'80E0 && (bytes & 0x200F) != 0 &&
+           (bytes & 0x20'0F00'0000) != 0;
+}
+
+// The bytes up to the end of a text that has fewer than eight, with zeros behind them.
+inline uint64_t load_last(const uint8_t* at, size_t left) {
+    uint64_t bytes = 0;
+    for (size_t i = 0; i < left; ++i) bytes |= uint64_t{at[i]} << 8 * i;
+    return bytes;
+}
+
 // Copies well-formed UTF-8; anything else goes through reader and writer.
 inline bool advance(Utf8Reader&, Utf8Writer&, Span& span) {
+    constexpr size_t kWord = sizeof(uint64_t);
     Span s = span;
-    while (s.left() >= sizeof(uint64_t) && s.room() >= sizeof(uint64_t)) {
-        if (s.left() >= kRun && all_ascii<uint8_t, kRun>(s.from)) {
+    while (s.left() >= kWord && s.room() >= kWord) {
+        const auto bytes = load<uint64_t>(s.from);
+        size_t length = 6;
+        if ((bytes & every_byte(0x80)) == 0) {
             pass_ascii<uint8_t, uint8_t>(s);
             continue;
         }
-        const auto bytes = load<uint64_t>(s.from);
-        const size_t length = well_formed(bytes);
+        if (!two_of_three(bytes)) length = well_formed(bytes);
         if (length == 0) break;
         store(s.to, bytes);
         s.from += length;
         s.to += length;
+    }
+    if (s.left() < kWord && s.room() >= kWord) {
+        const uint64_t bytes = load_last(s.from, s.left());
+        if (well_formed(bytes) == kWord) {
+            store(s.to, bytes);
+            s.to += s.left();
+            s.from = s.from_end;
+        }
     }
     const bool moved = s.from != span.from;
     span = s;

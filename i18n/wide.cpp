@@ -58,11 +58,10 @@ const uint16_t* find(const uint16_t* text, const uint16_t* part, size_t length) 
     const bool repeats = memcmp(part, part + suffix_period, split * sizeof *part) == 0;
     const size_t period = repeats ? suffix_period : std::max(split, length - split) + 1;
 
-    constexpr size_t kLookAhead = 256;  // an early match must not cost a look at the whole text
-    size_t known = 0;
+    size_t known = 0;  // units before the end, which is not looked for: a match may be near
     for (size_t place = 0;;) {
         const size_t end = place + length;
-        if (known < end) known += mab_wcsnlen(text + known, end - known + kLookAhead);
+        if (known < end) known += mab_wcsnlen(text + known, end - known);
         if (known < end) return nullptr;
         size_t at = split;
         while (at < length && part[at] == text[place + at]) ++at;
