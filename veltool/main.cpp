@@ -1,0 +1,117 @@
+// veltool: the table of verbs, help, and what becomes of a failure.
+#include <csignal>
+#include <iostream>
+
+#include "veltool/tool.h"
+
+namespace vel::tool {
+
+namespace {
+
+constexpr std::string_view kVersion = VEL_VERSION;
+
+struct Noun {
+    std::string_view name;
+    std::string_view summary;
+};
+
+constexpr Noun kNouns[] = {
+    {"codeset", "tables of code sets: make, show, check and list them"},
+};
+
+const Verb* const kVerbs[] = {&kCodesetCompile, &kCodesetDump, &kCodesetList, &kCodesetVerify};
+
+void show_row(std::string_view name, std::string_view summary) {
+    constexpr size_t kColumn = 10;
+    std::cout << "  " << name << std::string(kColumn - name.size(), ' ') << summary << '\n';
+}
+
+void show_program_help() {
+    std::cout << "Usage: veltool NOUN VERB [OPTION...] [OPERAND...]\n\nNouns:\n";
+    for (const Noun& noun : kNouns) show_row(noun.name, noun.summary);
+    std::cout
+        << "\nveltool NOUN --help shows the verbs of a noun, veltool --version the version.\n";
+}
+
+void show_noun_help(const Noun& noun) {
+    std::cout << "Usage: veltool " << noun.name << " VERB [OPTION...] [OPERAND...]\n\nVerbs:\n";
+    for (const Verb* verb : kVerbs) {
+        if (verb->noun == noun.name) show_row(verb->name, verb->summary);
+    }
+    std::cout << "\nveltool " << noun.name << " VERB --help shows the options of a verb.\n";
+}
+
+const Noun* find_noun(std::string_view name) {
+    for (const Noun& noun : kNouns) {
+        if (noun.name == name) return &noun;
+    }
+    return nullptr;
+}
+
+const Verb* find_verb(const Noun& noun, std::string_view name) {
+    for (const Verb* verb : kVerbs) {
+        if (verb->noun == noun.name && verb->name == name) return verb;
+    }
+    return nullptr;
+}
+
+bool asks_for_help(std::string_view word) { return word == "--help" || word == "-h"; }
+
+ExitStatus run_verb(const Verb& verb, std::span<char*> words) {
+    std::vector<Option> options(verb.options.begin(), verb.options.end());
+    options.push_back({"help", 'h', false});
+    const CommandLine command_line(words, options);
+    if (command_line.has("help")) {
+        std::cout << verb.help;
+        return kDone;
+    }
+    return verb.run(command_line);
+}
+
+ExitStatus run(std::span<char*> words) {
+    if (words.size() < 2) throw UsageError("a noun is missing");
+    const std::string_view word = words[1];
+    if (asks_for_help(word)) {
+        show_program_help();
+        return kDone;
+    }
+    if (word == "--version") {
+        std::cout << "veltool " << kVersion << '\n';
+        return kDone;
+    }
+    const Noun* noun = find_noun(word);
+    if (noun == nullptr) throw UsageError("no such noun: " + std::string(word));
+    if (words.size() < 3) throw UsageError("a verb is missing");
+    if (asks_for_help(words[2])) {
+        show_noun_help(*noun);
+        return kDone;
+    }
+    const Verb* verb = find_verb(*noun, words[2]);
+    if (verb == nullptr) throw UsageError("no such verb: " + std::string(words[2]));
+    return run_verb(*verb, words.subspan(2));
+}
+
+// What was shown counts as done only when it has arrived.
+ExitStatus finish(ExitStatus status) {
+    if (std::cout.flush()) return status;
+    complain("standard output: cannot be written");
+    return kFinding;
+}
+
+}  // namespace
+
+}  // namespace vel::tool
+
+int main(int argc, char** argv) {
+    using namespace vel::tool;
+    signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is a write error like others
+    try {
+        return finish(run({argv, static_cast<size_t>(argc)}));
+    } catch (const UsageError& error) {
+        complain(std::string(error.what()) + " (veltool --help shows the usage)");
+        return kWrongUsage;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kFinding;
+    }
+}

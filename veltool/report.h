@@ -1,0 +1,18 @@
+// How tables are reported on.
+#pragma once
+
+#include <string>
+
+#include "veltool/contents.h"
+
+namespace vel::tool {
+
+std::string with_commas(size_t number);  // "12,345"
+
+// One line about a table: its kind and size, and by count what is told about its characters.
+std::string summary(const Contents& contents, size_t table_size);
+
+// A line for each character that the summary counts.
+std::string details(const Contents& contents);
+
+}  // namespace vel::tool

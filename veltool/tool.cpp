@@ -1,0 +1,78 @@
+#include "veltool/tool.h"
+
+#include <getopt.h>
+
+#include <algorithm>
+#include <iostream>
+
+namespace vel::tool {
+
+namespace {
+
+constexpr int kFirstOption = 1000;  // what getopt answers for an option, beyond any letter
+
+std::string letters_of(std::span<const Option> options) {
+    std::string letters = ":";  // a missing value is told from a wrong option
+    for (const Option& option : options) {
+        if (option.letter == 0) continue;
+        letters += option.letter;
+        if (option.takes_value) letters += ':';
+    }
+    return letters;
+}
+
+std::vector<option> long_options(std::span<const Option> options) {
+    std::vector<option> result;
+    int number = kFirstOption;
+    for (const Option& row : options) {
+        const int value = row.takes_value ? required_argument : no_argument;
+        result.push_back({row.name, value, nullptr, number++});
+    }
+    result.push_back({});
+    return result;
+}
+
+const Option& option_of(int answer, std::span<const Option> options) {
+    if (answer >= kFirstOption) return options[static_cast<size_t>(answer - kFirstOption)];
+    return *std::ranges::find(options, static_cast<char>(answer), &Option::letter);
+}
+
+}  // namespace
+
+CommandLine::CommandLine(std::span<char*> words, std::span<const Option> options) {
+    const std::string letters = letters_of(options);
+    const std::vector<option> long_ones = long_options(options);
+    const int count = static_cast<int>(words.size());
+    opterr = 0;
+    optind = 0;
+    for (;;) {
+        const size_t at = static_cast<size_t>(std::max(optind, 1));
+        const int answer =
+            getopt_long(count, words.data(), letters.c_str(), long_ones.data(), nullptr);
+        if (answer == -1) break;
+        const std::string word = at < words.size() ? words[at] : "";
+        if (answer == ':') throw UsageError("the option " + word + " needs a value");
+        if (answer == '?') throw UsageError("no such option, or not with a value: " + word);
+        values_[option_of(answer, options).name] = optarg == nullptr ? "" : optarg;
+    }
+    operands_.assign(words.begin() + optind, words.end());
+}
+
+std::string CommandLine::value(std::string_view option) const {
+    const auto found = values_.find(option);
+    return found == values_.end() ? "" : found->second;
+}
+
+void complain(const std::string& message) { std::cerr << "veltool: " << message << '\n'; }
+
+ExitStatus attempt(const std::string& name, const std::function<ExitStatus()>& step) {
+    try {
+        return step();
+    } catch (const Failure& failure) {
+        const std::string what = failure.what();
+        complain(what.starts_with(name + ':') ? what : name + ": " + what);
+        return kFinding;
+    }
+}
+
+}  // namespace vel::tool
