@@ -4,6 +4,17 @@
 
 #include "guid/guid.h"
 #include "guid/vel_guid.h"
+#include "i18n/mab.h"
+
+static int convert(void) {
+    uc_ch_t* cs = mab_cs_new("UTF-8");
+    uint16_t units[4];
+    char text[4];
+
+    if (mab_to_ucs2(cs, "abc", -1, units, 4) != 4 || mab_wcslen(units) != 3) return 1;
+    if (mab_from_ucs2(cs, units, -1, text, 4) != 4 || strcmp(text, "abc") != 0) return 2;
+    return mab_cs_free(cs);
+}
 
 int main(void) {
     guid_record parsed, named;
@@ -26,5 +37,6 @@ int main(void) {
     if (vel_guid_init() != 0 || (status == 0 && vel_guid_generate(guid) != 0)) return 5;
     if (vel_guid_write(NULL) != guid_s_write_failed || vel_guid_read(NULL) != guid_s_not_found)
         return 6;
+    if (convert() != 0) return 7;
     return vel_guid_terminate();
 }
