@@ -114,7 +114,7 @@ struct Gb18030Reader : Stateless {
         const uint32_t within = index % kGbIndexStep;
         switch (run.type) {
             case GbRun::kListed:
-                return load<uint16_t>(image + run.values + 2 * within);
+                return load<uint16_t>(image + run.values + size_t{2} * within);
             case GbRun::kLinear:
                 return (run.value + within) & 0xFFFF;
             default:

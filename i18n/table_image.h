@@ -76,7 +76,7 @@ class TableView {
     // The result for a value below 0x10000 in the pages, a Number wide.
     template <class Number>
     bool page_result(uint32_t value, Number& result) const {
-        const uint64_t page = load<uint16_t>(image_ + kPagesOffset + 2 * (value >> 8));
+        const uint64_t page = load<uint16_t>(image_ + kPagesOffset + size_t{2} * (value >> 8));
         return read(page * kUnitSize + (value & 0xFF) * sizeof(Number), result);
     }
 
