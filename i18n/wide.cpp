@@ -58,7 +58,7 @@ const uint16_t* find(const uint16_t* text, const uint16_t* part, size_t length) 
     const bool repeats = memcmp(part, part + suffix_period, split * sizeof *part) == 0;
     const size_t period = repeats ? suffix_period : std::max(split, length - split) + 1;
 
-    size_t known = 0;  // units before the end, which is not looked for: a match may be near
+    size_t known = 0;  // units that are there; a match may be near, so the end is not looked for
     for (size_t place = 0;;) {
         const size_t end = place + length;
         if (known < end) known += mab_wcsnlen(text + known, end - known);

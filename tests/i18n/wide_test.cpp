@@ -193,6 +193,8 @@ TEST(Multibyte, IsConvertedAndRefusedByTheRulesOfTheCodeSet) {
         expect_walk(cs, bytes, units);
         char put[9];
         uint16_t out[9];
+        mab_mbtowc(cs, out, bytes[0].c_str(), 9);
+        EXPECT_EQ(mab_mbtowc(cs, out, "", 1), 0);  // puts the state back, without a shift, too
         for (const std::string& refused : split(row.no_bytes)) {
             EXPECT_EQ(mab_mbtowc(cs, out, refused.c_str(), 9), -1) << refused;
             EXPECT_EQ(mab_mbstowcs(cs, out, refused.c_str(), 9), SIZE_MAX) << refused;
