@@ -90,8 +90,9 @@ const char* mab_get_dir(void); /* "" when unset */
  * bytes, or units for mab_to_ucs2; size and length are counted alike. With a length of -1 the text
  * ends at its zero, and one is written and counted; otherwise none is. What does not fit is cut off
  * before the character that did not; so is an incomplete character at the end of the text. Text in
- * a code set with shift states starts and ends in the initial state. 0 and nothing written for a
- * null buffer, a size of 0 or less, a length below -1. */
+ * a code set with shift states starts and ends in the initial state. What of the output lies behind
+ * the result is undefined, here and with the calls in pieces. 0 and nothing written for a null
+ * buffer, a size of 0 or less, a length below -1. */
 int32_t mab_to_utf8(uc_ch_t* cs, const char* in, int32_t length, char* out, int32_t size);
 int32_t mab_from_utf8(uc_ch_t* cs, const char* in, int32_t length, char* out, int32_t size);
 int32_t mab_to_ucs2(uc_ch_t* cs, const char* in, int32_t length, uint16_t* out, int32_t size);
