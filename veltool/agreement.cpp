@@ -90,10 +90,10 @@ class Comparison {
 
     void check_code(const Character& source) {
         const Code code = source.code;
-        if (kind_.number == i18n::kEbcdicDbcs && value_obstacle(kind_, source) == Remark::kShift)
-            return;
         const auto fixed = fixed_value(code);
-        const bool left_out = !fixed && value_obstacle(kind_, source);
+        const auto obstacle = value_obstacle(kind_, source);
+        if (obstacle == Remark::kShift) return;
+        const bool left_out = !fixed && obstacle;
         const char32_t value = left_out ? kSubstituteValue : fixed.value_or(source.value);
         const std::string text = text_of(code);
         const bool agrees = expect(mab_to_utf8, text, utf8_of(value), left_out, code) &&

@@ -37,11 +37,16 @@ constexpr Column kColumns[] = {
 
 using Row = std::array<std::string, std::size(kColumns)>;
 
+struct Fault {
+    std::string file;
+    std::string what;
+};
+
 // What is found in one directory.
 struct Listing {
     std::map<std::string, Row> tables;
     std::map<std::string, std::string> aliases;  // to the names in them
-    std::vector<std::string> faults;             // "file: what is wrong"
+    std::vector<Fault> faults;
 };
 
 // The name in an alias file; empty when the file is something else.
@@ -59,7 +64,7 @@ void take_table(const std::string& name, const std::string& image, Listing& list
         listing.tables[name] = {name, std::string(contents.kind->word), with_commas(image.size()),
                                 with_commas(contents.mapping.to_unicode.size()), ""};
     } catch (const Failure& failure) {
-        listing.faults.push_back(name + ": " + failure.what());
+        listing.faults.push_back({name, failure.what()});
     }
 }
 
@@ -93,7 +98,7 @@ void resolve_aliases(Listing& listing) {
             if (!aliases.empty()) aliases += ' ';
             aliases += alias;
         } else {
-            listing.faults.push_back(alias + ": leads to no table: " + first_target);
+            listing.faults.push_back({alias, "leads to no table: " + first_target});
         }
     }
 }
@@ -132,7 +137,9 @@ ExitStatus list_directory(const fs::path& directory) {
     } else {
         show(listing);
     }
-    for (const std::string& fault : listing.faults) complain((directory / fault).string());
+    for (const auto& [file, what] : listing.faults) {
+        complain((directory / file).string() + ": " + what);
+    }
     return listing.faults.empty() ? kDone : kFinding;
 }
 

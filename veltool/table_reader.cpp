@@ -13,7 +13,7 @@ namespace {
 
 using i18n::kUnmapped;
 
-// What bounds the work on a table whose nodes or ranges are shared in a vicious way.
+// What bounds the work on a table whose nodes lead to the same ones over and over.
 constexpr size_t kMostEntries = 1'200'000;
 
 class TableReader {
@@ -64,6 +64,9 @@ class TableReader {
         const std::string_view field = image_.substr(i18n::kNameOffset, longest_name(*kind_) + 1);
         if (field.find('\0') == field.npos) throw Failure("the name is not ended");
         name_ = field.substr(0, field.find('\0'));
+        const bool visible =
+            std::ranges::all_of(name_, [](char c) { return c >= ' ' && c <= '~'; });
+        if (!visible) throw Failure("the name is not of visible ASCII characters");
         area_ = at<uint32_t>(i18n::kAreaOffset, "the header");
         if (area_ > image_.size()) throw Failure("the mapping area begins outside the file");
         substitute_ = at<uint8_t>(i18n::kSubsByteOffset, "the header");

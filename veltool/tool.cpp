@@ -37,6 +37,12 @@ const Option& option_of(int answer, std::span<const Option> options) {
     return *std::ranges::find(options, static_cast<char>(answer), &Option::letter);
 }
 
+// What getopt has just complained of: a letter, or else a whole word.
+std::string offending_word(std::span<char*> words) {
+    if (optopt > 0 && optopt < kFirstOption) return {'-', static_cast<char>(optopt)};
+    return words[static_cast<size_t>(optind - 1)];
+}
+
 }  // namespace
 
 CommandLine::CommandLine(std::span<char*> words, std::span<const Option> options) {
@@ -46,13 +52,11 @@ CommandLine::CommandLine(std::span<char*> words, std::span<const Option> options
     opterr = 0;
     optind = 0;
     for (;;) {
-        const size_t at = static_cast<size_t>(std::max(optind, 1));
         const int answer =
             getopt_long(count, words.data(), letters.c_str(), long_ones.data(), nullptr);
         if (answer == -1) break;
-        const std::string word = at < words.size() ? words[at] : "";
-        if (answer == ':') throw UsageError("the option " + word + " needs a value");
-        if (answer == '?') throw UsageError("no such option, or not with a value: " + word);
+        if (answer == ':') throw UsageError("a value is missing: " + offending_word(words));
+        if (answer == '?') throw UsageError("no such option: " + offending_word(words));
         values_[option_of(answer, options).name] = optarg == nullptr ? "" : optarg;
     }
     operands_.assign(words.begin() + optind, words.end());

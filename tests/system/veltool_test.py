@@ -49,7 +49,9 @@ class VeltoolTest(unittest.TestCase):
         for words, message in [
                 ("", "a noun is missing"), ("codesets", "no such noun: codesets"), ("codeset", "a verb is missing"),
                 ("codeset make", "no such verb: make"), ("codeset dump", "dump takes one table"),
-                ("codeset dump -x", "-x"), ("codeset compile -c", "needs a value"), ("codeset verify", "verify takes"),
+                ("codeset dump T -x --output", "no such option: -x"),
+                ("codeset dump T --out", "a value is missing: --out"),
+                ("codeset verify", "verify takes"),
                 ("codeset compile -c A -m B -o C", "compile takes"), ("codeset compile -l L", "compile takes"),
                 ("codeset compile -l L -d D -o C", "compile takes"), ("codeset compile -c A -o C x", "operand"),
                 ("codeset compile -c A -o C -k 7", "no such kind: 7"), ("codeset verify -l L -d D x", "verify takes")]:
@@ -85,26 +87,26 @@ class VeltoolTest(unittest.TestCase):
                     self.assertEqual(bytes.fromhex(line[0][2:]).decode(codec), chr(int(line[1], 16)), name)
 
     def test_what_a_mapping_text_may_have(self):
-        text = ("\ufeff# a comment\r\n0x5C 0x20A9\r\n" + ASCII + "\r\n0x80\t\t#UNDEFINED\r\n  0xe1 0x03b1 # alpha\r\n0xE1 0x03B2\r\n"
-                "0xE2 0x03B1\n0x5c 0xa5 <\n0xE3 0x2014 >\n0xE4 0x0041+0x0300\n0xE5 0x1F600\n"
-                "0xE6 0xFFFF\n0x3F 0xFF1F <\n0xE7E8 0x20AC <\n0xE9 0x05D0\x1a")
+        text = ("\ufeff# a comment\r\n0x5C 0x20A9\r\n" + ASCII + "\r\n0x80\t\t#UNDEFINED\r\n"
+                "  0xe1 0x03b1 # alpha\r\n0xE1 0x03B2\r\n0xE2 0x03B1\n0x5c 0xa5 <\n0xE3 0x2014 >\n"
+                "0xE4 0x0041+0x0300\n0xE5 0x1F600\n0xE6 0xFFFF\n0x3F 0xFF1F <\n0xE7E8 0x20AC <\n0xE9 0x05D0\x1a")
         self.assertEqual(self.compile(text),
                          "T: single-byte, 132 characters, 3,040 bytes; left out: 1 above U+FFFF, 1 sequences of "
                          "characters, 1 at U+FFFF, 1 that the kind cannot hold, 1 at the substitution byte; "
                          "one-way: 2 to Unicode, 3 from Unicode; passed through as ASCII: 1\n")
         lines = mapping_lines(run("codeset", "dump", self.here / "T")[1])
         self.assertEqual([line for line in lines if line not in ASCII.splitlines()],
-                         ["0x5C 0x00A5 <", "0x5C 0x20A9 <", "0xE1 0x03B1", "0xE1 0x03B2 <", "0xE2 0x03B1 >", "0xE3 0x2014 >",
-                          "0xE9 0x05D0"])
+                         ["0x5C 0x00A5 <", "0x5C 0x20A9 <", "0xE1 0x03B1", "0xE1 0x03B2 <", "0xE2 0x03B1 >",
+                          "0xE3 0x2014 >", "0xE9 0x05D0"])
         details = self.compile(text, "--verbose")
         self.assertIn("  left out above U+FFFF: 0xE5 U+1F600\n", details)
         self.assertIn("  one-way from Unicode: 0x5C U+00A5\n", details)
 
     def test_kinds(self):
-        shared = "".join(f"0x{lead:02X}{trail:02X} 0x{lead * 16 + trail:04X}\n"
+        pairs = "".join(f"0x{lead:02X}{trail:02X} 0x{lead * 16 + trail:04X}\n"
                          for lead in range(0x81, 0x91) for trail in (0x41, 0x42, 0x80))
         for kind, text in [
-                ("single-byte", ASCII + "0xC1 0x0041\n"), ("double-byte", ASCII + "0xA0 0x00A0\n" + shared),
+                ("single-byte", ASCII + "0xC1 0x0041\n"), ("double-byte", ASCII + "0xA0 0x00A0\n" + pairs),
                 ("multibyte", ASCII + "0x8E41 0xFF71\n0x8FA1A2 0x4E00\n0x90818283 0x4E01\n0xA1 0x4E02\n"),
                 ("ebcdic", EBCDIC),
                 ("ebcdic-mixed", EBCDIC + "0x4141 0x4E00\n0x42FE 0x4E01\n0x8181 0x4E02 <\n"),
@@ -114,11 +116,12 @@ class VeltoolTest(unittest.TestCase):
             for source in (), ("-m", "-"):
                 self.assertIn("differences: 0", self.check(0, "", "codeset", "verify", *source, self.here / "T",
                                                            text=text))
-        self.assertRegex(self.compile(ASCII + shared, "-k", "3"), "^T: multibyte, ")
+        self.assertRegex(self.compile(ASCII + pairs, "-k", "3"), "^T: multibyte, ")
 
     def test_what_is_refused(self):
-        nodes = "".join(f"0x{0x8EA1 + high:04X}{third:02X}{last:02X} 0x{0x100 + (high * 94 + third * 7 + last) * 13 % 0xA000:04X}\n"
-                        for high in range(16) for third in range(0xA1, 0xFF) for last in range(0xA1, 0xFF))
+        trails = range(0xA1, 0xFF)
+        nodes = "".join(f"0x8E{second:02X}{third:02X}{last:02X} 0x{(second * third + last) * 13 % 0xA000 + 0x100:04X}\n"
+                        for second in range(0xA1, 0xB1) for third in trails for last in trails)
         for text, options, message in [
                 (ASCII + "0x80 20AC", "", "standard input:129: no character: 20AC"),
                 (ASCII + "0x8 0x20AC", "", ":129: not one to four bytes: 0x8"),
@@ -172,18 +175,18 @@ class VeltoolTest(unittest.TestCase):
                  "ASC   single-byte  2,272         128  AA B\n"
                  "E1    ebcdic       2,272         256  CP1\n")
         for words, env in [([self.here], {}), ([], {"MABDIR": str(self.here)})]:
-            shown = self.check(1, "/LOST: leads to no table: NONE", "codeset", "list", *words, env=env, cwd="/proc/self")
-            self.assertTrue(shown.startswith(f"{self.here}:\n{table}"), shown)
-            self.check(1, "/BAD: a page lies outside the file", "codeset", "list", *words, env=env, cwd="/proc/self")
+            for message in "/LOST: leads to no table: NONE", "/BAD: a page lies outside the file":
+                shown = self.check(1, message, "codeset", "list", *words, env=env, cwd="/proc/self")
+                self.assertTrue(shown.startswith(f"{self.here}:\n{table}"), shown)
         self.check(1, "/none: No such file", "codeset", "list", "/none")
 
     def test_verify_names_what_differs(self):
         for name, charset, search, replace, differs in [
-                ("1252", "CP1252", struct.pack("<H", 0x20AC), b"\xad\x20", "0x80: converted to E2 82 AD instead of E2 82 AC"),
+                ("1252", "CP1252", b"\xac\x20", b"\xad\x20", "0x80: converted to E2 82 AD instead of E2 82 AC"),
                 ("943", "CP943", b"\xa0\x82", b"\xa1\x82", "U+3042: converted to 82 A1 instead of 82 A0"),
-                ("930", "CP930", struct.pack("<H", 0x3042), b"\x44\x30", "0x4481: converted to E3 81 84 instead of E3 81 82"),
-                ("EUCJP", "EUC-JP", struct.pack("<H", 0x3042), b"\xff\xff", "0xA4A2: converted to 3F instead of E3 81 82"),
-                ("GB18030", "GB18030", b"\xa2\xa4\0\0", b"\xff\xff\xff\xff", "U+3042: converted to 3F instead of A4 A2")]:
+                ("930", "CP930", b"\x42\x30", b"\x44\x30", "0x4481: converted to E3 81 84 instead of E3 81 82"),
+                ("EUCJP", "EUC-JP", b"\x42\x30", b"\xff\xff", "0xA4A2: converted to 3F instead of E3 81 82"),
+                ("GB18030", "GB18030", b"\xa2\xa4\0\0", 4 * b"\xff", "U+3042: converted to 3F instead of A4 A2")]:
             image = (CODESETS / name).read_bytes()
             at = image.index(search, 736)
             (self.here / name).write_bytes(image[:at] + replace + image[at + len(replace):])
@@ -196,6 +199,7 @@ class VeltoolTest(unittest.TestCase):
         for name, patches, message in [
                 ("943", {0: b"\xff\xff\xff\xff"}, "the mapping area begins outside"), ("943", {9: b"x"}, "not a table"),
                 ("943", {48: b"\7"}, "no such kind: 7"), ("943", {16: 32 * b"x"}, "the name is not ended"),
+                ("943", {17: b"\n"}, "the name is not of visible"),
                 ("943", {224 + 2 * 0x30: b"\xf0\xff"}, "a page lies outside"),
                 ("943", {736 + 2 * 0x81: b"\xf0\xff"}, "a row lies outside"),
                 ("EUCJP", {736 + 2 * 0x8F: b"\xf0\xff"}, "a node lies outside"),
@@ -224,6 +228,7 @@ class VeltoolTest(unittest.TestCase):
         before = table.read_bytes()
         words = "codeset", "compile", "-c", "CP943", "-o", table
         self.check(1, f"veltool: {table}: File too large", *words,
+                   env={"GCOV_PREFIX": "/dev/null"},  # the counts of a coverage build would not fit, either
                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (5000, 5000)))
         self.assertEqual((os.listdir(self.here), table.read_bytes()), (["T"], before))
         for output, message in [("/dev/null", "not a regular file"), (self.here, "not a regular file"),
