@@ -3,53 +3,15 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
-
+#include "fuzz/mutated_table.h"
 #include "fuzz/reference_converter.h"
-#include "fuzz/target.h"
 #include "i18n/code_set.h"
 
 using reference::Bytes;
 using reference::Units;
 
-// One table of each family, and the kinds that have none.
-static constexpr const char* kTables[] = {"ISO88591", "943", "EUCJP", "939", "1047", "GB18030"};
-static constexpr size_t kHeader = 1760;
-
-static Bytes read_table(const char* name) {
-    std::ifstream in(std::string(VEL_CODESET_DIR "/") + name, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    require(bytes.size() > kHeader, "the table is there");
-    return Bytes(bytes.begin(), bytes.end());
-}
-
-// Bytes of the input, zero behind its end.
-struct Input {
-    const uint8_t* data;
-    size_t left;
-
-    uint8_t byte() {
-        if (left == 0) return 0;
-        --left;
-        return *data++;
-    }
-    Bytes rest() const { return Bytes(data, left); }
-};
-
-// Changes some bytes: four of five in the header, where the offsets are.
-static void mutate(Bytes& image, Input& input) {
-    for (unsigned changes = input.byte() & 15; changes > 0; --changes) {
-        size_t at = input.byte() | size_t{input.byte()} << 8 | size_t{input.byte()} << 16;
-        at %= at % 5 == 0 ? image.size() : kHeader;
-        if (at < 8 || at >= 12) image[at] = input.byte();  // it stays a table
-    }
-    const uint8_t cut = input.byte();
-    if (cut != 0) image.resize(kHeader + (image.size() - kHeader) * cut / 255);
-}
-
 // The code set of an image, loaded from a file as any is.
-static uc_ch_t* load_image(const Bytes& image) {
+static uc_ch_t* load_image(const std::string& image) {
     static const int file = memfd_create("table", 0);
     static const std::string path = "/proc/self/fd/" + std::to_string(file);
     require(ftruncate(file, 0) == 0, "the file is cut");
@@ -138,23 +100,20 @@ static void convert_all(const reference::CodeSet& set, uc_ch_t* cs, const Bytes&
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const std::vector<Bytes> tables = [] {
-        std::vector<Bytes> images;
-        for (const char* name : kTables) images.push_back(read_table(name));
-        return images;
-    }();
+    const Input pieces{data, size};
     Input input{data, size};
-    const size_t which = input.byte() % (tables.size() + 2);
-    if (which >= tables.size()) {
-        const bool utf8 = which == tables.size();
+    const size_t which = input.byte() % (shipped_tables().size() + 2);
+    if (which >= shipped_tables().size()) {  // the kinds that have no table
+        const bool utf8 = which == shipped_tables().size();
         uc_ch_t* cs = utf8 ? vel::i18n::code_sets.utf8_cs : vel::i18n::code_sets.os_cs;
-        convert_all({utf8 ? 6U : 9U, {}}, cs, input.rest(), {data, size});
+        convert_all({utf8 ? 6U : 9U, {}}, cs, Bytes(input.data, input.left), pieces);
         return 0;
     }
-    Bytes image = tables[which];
+    std::string image = shipped_tables()[which];
     mutate(image, input);
     uc_ch_t* cs = load_image(image);
-    convert_all({reference::kind_of(image), image}, cs, input.rest(), {data, size});
+    const Bytes bytes(image.begin(), image.end());
+    convert_all({reference::kind_of(bytes), bytes}, cs, Bytes(input.data, input.left), pieces);
     mab_cs_free(cs);
     return 0;
 }
