@@ -16,8 +16,7 @@ constinit CodeSets code_sets{
 
 static void let_go(LoadedTable* table) {
     if (table == nullptr || table->holders.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
-    table->~LoadedTable();
-    free(table);
+    free_table(table);
 }
 
 static void attach(uc_ch_t& cs, LoadedTable* table) {

@@ -19,19 +19,25 @@ inline constexpr ReadyText kReadyUnusual = 0x8000'0000;
 inline constexpr uint16_t kNoEbcdic = 256;
 inline constexpr uint32_t kNoRow = 0;  // no first byte of a pair
 
+// Of each single byte its value and its text, in the kinds that have it in an array or a row; and
+// in EBCDIC, of each value below 256 that has a single byte: that byte; kNoEbcdic: look it up.
+struct ByteTables {
+    std::array<uint16_t, 256> single;
+    std::array<ReadyText, 256> ready;
+    std::array<uint16_t, 256> ebcdic;
+};
+
 // A table in memory: what was worked out when it was loaded, and behind that the file as it is.
 struct alignas(16) LoadedTable {
     std::atomic<uint32_t> holders{1};
     uint32_t size = 0;
     bool whole = false;  // all that its pages and rows name lies in the image
-    // Of each single byte, in the kinds that have it in an array or a row: its value, and its text.
-    std::array<uint16_t, 256> single;
-    std::array<ReadyText, 256> ready;
-    // In EBCDIC, of each value below 256 that has a single byte: that byte; kNoEbcdic: look it up.
-    std::array<uint16_t, 256> ebcdic;
-    std::array<uint32_t, 256> rows;     // offset in the image of each first byte's row; or kNoRow
-    std::array<Node, 256> first_nodes;  // of each first byte, in multibyte sets
-    std::array<GbRun, kGbRuns> gb_runs;
+    union {              // by kind
+        ByteTables bytes;
+        std::array<uint32_t, 256> rows;  // offset in the image of each first byte's row, or kNoRow
+        std::array<Node, 256> first_nodes;  // of each first byte
+        std::array<GbRun, kGbRuns> gb_runs;
+    };
 
     uint8_t* image() { return reinterpret_cast<uint8_t*>(this + 1); }
 };
@@ -80,6 +86,7 @@ int32_t get_cs_name(char* out, size_t size);
 // Loads the named table from the first directory that has it; null when none does.
 LoadedTable* get_table(const char* name);
 LoadedTable* load_table(const char* directory, const char* name);
+void free_table(LoadedTable* table);
 
 // Works out, for an image that was just read, what makes its conversions quick.
 void prepare(LoadedTable& table);

@@ -6,7 +6,7 @@
 // Both are made from the handle, keep what they need in themselves while the loop runs, and give it
 // back in keep(). Unit is what they step by, kMost how many bytes they take for a character (a
 // longer one is read as cut off when it is offered no more). Where both are ASCII-based, units
-// below 0x80 pass through without a look at either.
+// below 0x80 pass through, and next() sees none of them.
 #pragma once
 
 #include <algorithm>
@@ -125,10 +125,18 @@ bool convert_amply(Reader& reader, Writer& writer, Span& span) {
     while ((sure = std::min(s.left() / Reader::kMost, s.room() / Writer::kMost)) > 0) {
         for (; sure > 0; --sure) {
             const bool ascii_based = Reader::kAsciiBased && Writer::kAsciiBased;
-            if (ascii_based && load<In>(s.from) < 0x80) break;
+            if (const auto unit = load<In>(s.from); ascii_based && unit < 0x80) [[unlikely]] {
+                if (s.left() >= 8 * sizeof(In) && all_ascii<In, 8>(s.from)) break;  // a longer run
+                store(s.to, static_cast<typename Writer::Unit>(unit));
+                s.from += sizeof(In);
+                s.to += sizeof(typename Writer::Unit);
+                continue;
+            }
             const Char c = reader.next(s.from, Reader::kMost);
-            if (c.length == 0) break;
-            if (c.value != kNoText) s.to += writer.put(s.to, Writer::kMost, c.value);
+            if (c.length == 0) [[unlikely]]
+                break;
+            if (c.value != kNoText) [[likely]]
+                s.to += writer.put(s.to, Writer::kMost, c.value);
             s.from += c.length;
         }
         if (sure > 0) break;

@@ -19,7 +19,8 @@ struct EbcdicSbcsWriter : Replacing {
     static constexpr size_t kMost = 1;
     static constexpr bool kAsciiBased = false;
 
-    explicit EbcdicSbcsWriter(const uc_ch_t& cs) : ebcdic(cs.loaded->ebcdic.data()), pages(cs) {}
+    explicit EbcdicSbcsWriter(const uc_ch_t& cs)
+        : ebcdic(cs.loaded->bytes.ebcdic.data()), pages(cs) {}
 
     size_t put(uint8_t* at, size_t, uint32_t value) {
         if (value < 256 && ebcdic[value] != kNoEbcdic) {
@@ -45,8 +46,8 @@ struct EbcdicDbcsReader {
 
     explicit EbcdicDbcsReader(const uc_ch_t& cs)
         : table(cs.table, cs.table_size),
-          single(cs.loaded->single.data()),
-          ready(cs.loaded->ready.data()),
+          single(cs.loaded->bytes.single.data()),
+          ready(cs.loaded->bytes.ready.data()),
           pairs(cs.to_state != 0) {}
 
     Char next(const uint8_t* at, size_t left) {
@@ -80,7 +81,7 @@ struct EbcdicDbcsWriter : Replacing {
     static constexpr bool kAsciiBased = false;
 
     explicit EbcdicDbcsWriter(const uc_ch_t& cs)
-        : ebcdic(cs.loaded->ebcdic.data()), pages(cs), in_pairs(cs.from_state != 0) {}
+        : ebcdic(cs.loaded->bytes.ebcdic.data()), pages(cs), in_pairs(cs.from_state != 0) {}
 
     size_t put(uint8_t* at, size_t room, uint32_t value) {
         if (value < 256 && ebcdic[value] != kNoEbcdic) return put_single(at, room, ebcdic[value]);

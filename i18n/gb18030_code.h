@@ -91,7 +91,6 @@ struct Gb18030Reader : Stateless {
 
     Char next(const uint8_t* at, size_t left) const {
         const int32_t b0 = at[0];
-        if (b0 < 0x80) return {static_cast<uint32_t>(b0), 1};
         if (b0 == 0x80 || b0 == 0xFF) return {kNoValue, 1};
         if (left < 2) return {kNoValue, 0};
         const int32_t b1 = at[1];
@@ -101,12 +100,12 @@ struct Gb18030Reader : Stateless {
     }
 
     uint32_t value_of(int32_t index) const {
-        if (index < 0 || index >= kGbIndexEnd) {
-            if (index < kGbPlanesBegin || index > kGbPlanesEnd) return kNoValue;
-            return static_cast<uint32_t>(index - kGbPlanesBegin) + kPlanes;
+        if (const auto place = static_cast<uint32_t>(index); place < kGbIndexEnd) {
+            const uint32_t value = value_in_block(place);
+            return value == kSubstitute || value == kUnmapped ? kNoValue : value;
         }
-        const uint32_t value = value_in_block(static_cast<uint32_t>(index));
-        return value == kSubstitute || value == kUnmapped ? kNoValue : value;
+        if (index < kGbPlanesBegin || index > kGbPlanesEnd) return kNoValue;
+        return static_cast<uint32_t>(index - kGbPlanesBegin) + kPlanes;
     }
 
     uint32_t value_in_block(uint32_t index) const {

@@ -17,7 +17,7 @@ struct SbcsReader : Stateless {
     static constexpr bool kAsciiBased = true;
 
     explicit SbcsReader(const uc_ch_t& cs)
-        : single(cs.loaded->single.data()), ready(cs.loaded->ready.data()) {}
+        : single(cs.loaded->bytes.single.data()), ready(cs.loaded->bytes.ready.data()) {}
 
     Char next(const uint8_t* at, size_t) const { return {mapped_or_none(single[*at]), 1}; }
 
@@ -64,10 +64,14 @@ struct MbcsReader : Stateless {
 
     Char next(const uint8_t* at, size_t left) const {
         const uint8_t length = table.length(*at);
+        uint16_t chosen = 0;
+        if (length == 2 && left >= 2) {
+            const bool found = first[*at].choose(image, at[1], chosen);
+            return {found ? mapped_or_none(chosen) : kNoValue, 2};
+        }
         if (length == 0 || length == kNoCharacter) return {kNoValue, 1};  // 0 would never end
         if (left < length) return {kNoValue, 0};
         if (length == 1) return {mapped_or_none(table.entry(*at)), 1};
-        uint16_t chosen = 0;
         if (!first[*at].choose(image, at[1], chosen)) return {kNoValue, length};
         for (size_t i = 2; i < length; ++i) {
             if (!Node::at(image, size, chosen).choose(image, at[i], chosen)) {
@@ -132,7 +136,7 @@ struct TableWriter : Replacing {
 
     size_t put(uint8_t* at, size_t room, uint32_t value) {
         Number result = 0;
-        if (!pages.find(value, result)) {
+        if (!pages.find(value, result)) [[unlikely]] {
             *at = kSubstitute;
             ++replaced;
             return 1;

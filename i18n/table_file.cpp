@@ -2,6 +2,7 @@
 #include <ctype.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <new>
@@ -18,18 +19,39 @@ static bool is_table(const uint8_t* image, size_t size) {
     return size >= kHeaderSize && memcmp(image + kMagicOffset, kMagic, sizeof kMagic) == 0;
 }
 
+// A large block is given its pages at once: one by one, while the file is read into them, they cost
+// more than the reading.
+static constexpr size_t kLargeBlock = 32 << 10;
+
+static void* allocate(size_t size) {
+    if (size < kLargeBlock) return malloc(size);
+    void* block = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    return block == MAP_FAILED ? nullptr : block;
+}
+
+void free_table(LoadedTable* table) {
+    const size_t size = sizeof(LoadedTable) + table->size;
+    table->~LoadedTable();
+    if (size < kLargeBlock) {
+        free(table);
+    } else {
+        munmap(table, size);
+    }
+}
+
 static LoadedTable* read_file(const char* path) {
     const DataFile file(path);
     if (!file.is_open()) return nullptr;
     const off_t size = file.status().st_size;
     if (size < 0 || static_cast<size_t>(size) > kMaxTableSize) return nullptr;
     const auto length = static_cast<size_t>(size);
-    void* block = malloc(sizeof(LoadedTable) + length);
+    void* block = allocate(sizeof(LoadedTable) + length);
     if (block == nullptr) return nullptr;
     auto* table = new (block) LoadedTable;
     table->size = static_cast<uint32_t>(length);
     if (read(file.descriptor(), table->image(), length) != size) {
-        free(block);
+        free_table(table);
         return nullptr;
     }
     return table;
@@ -65,7 +87,7 @@ LoadedTable* load_table(const char* directory, const char* name) {
             return table;
         }
         const bool leads_on = follow_alias(*table, path);
-        free(table);
+        free_table(table);
         if (!leads_on) return nullptr;
     }
     return nullptr;

@@ -64,8 +64,8 @@ static uint16_t ebcdic_byte(const Pages<Number, false>& pages, uint8_t value) {
 static void prepare_singles(LoadedTable& table, uint16_t kind) {
     const TableView<false> view(table.image(), table.size);
     for (unsigned byte = 0; byte < 256; ++byte) {
-        table.single[byte] = single_value(view, kind, static_cast<uint8_t>(byte));
-        table.ready[byte] = ready_text(table.single[byte]);
+        table.bytes.single[byte] = single_value(view, kind, static_cast<uint8_t>(byte));
+        table.bytes.ready[byte] = ready_text(table.bytes.single[byte]);
     }
 }
 
@@ -74,7 +74,7 @@ static void prepare_ebcdic(LoadedTable& table, uint16_t kind) {
     prepare_singles(table, kind);
     const Pages<Number, false> pages(table.image(), table.size);
     for (unsigned value = 0; value < 256; ++value) {
-        table.ebcdic[value] = ebcdic_byte(pages, static_cast<uint8_t>(value));
+        table.bytes.ebcdic[value] = ebcdic_byte(pages, static_cast<uint8_t>(value));
     }
 }
 
@@ -115,7 +115,7 @@ void prepare(LoadedTable& table) {
             return prepare_ebcdic<uint8_t>(table, kind);
         case kEbcdicDbcs:
             prepare_ebcdic<uint16_t>(table, kind);
-            table.ready[kShiftOut] = kReadyUnusual;
+            table.bytes.ready[kShiftOut] = kReadyUnusual;
             return;
         case kGb18030:
             return prepare_gb18030(table);

@@ -112,9 +112,9 @@ class TableView {
 // A node of a multibyte table, cut down to what lies in the image: which bytes it knows, and where
 // it has what they choose.
 struct Node {
-    uint32_t entries = 0;  // offset in the image
-    uint16_t lowest = 0;
-    uint16_t count = 0;
+    uint32_t entries;  // offset in the image
+    uint16_t lowest;
+    uint16_t count;
 
     static Node at(const uint8_t* image, uint64_t size, uint16_t number) {
         const uint64_t begin = load<uint32_t>(image + kAreaOffset) + uint64_t{number} * kUnitSize;
@@ -136,9 +136,9 @@ struct Node {
 // What 512 linear indices of GB 18030 have in common, if so: all are listed, or run on.
 struct GbRun {
     enum Type : uint16_t { kMixed, kListed, kLinear };
-    Type type = kMixed;
-    uint16_t value = 0;   // kLinear: of the first one
-    uint32_t values = 0;  // kListed: offset in the image of the first one's
+    Type type;
+    uint16_t value;   // kLinear: of the first one
+    uint32_t values;  // kListed: offset in the image of the first one's
 };
 inline constexpr size_t kGbRuns = 128;
 

@@ -36,7 +36,7 @@ struct Utf8Writer : Replacing {
     }
 
     size_t put(uint8_t* at, size_t room, uint32_t value) {
-        if (value == kNoValue) {
+        if (value == kNoValue) [[unlikely]] {
             *at = kSubstitute;
             ++replaced;
             return 1;
