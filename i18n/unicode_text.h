@@ -220,10 +220,15 @@ inline bool two_of_three(uint64_t bytes) {
            (bytes & 0x20'0F00'0000) != 0;
 }
 
-// The bytes up to the end of a text that has fewer than eight, with zeros behind them.
-inline uint64_t load_last(const uint8_t* at, size_t left) {
+// The last bytes of a text, one to seven of them, with zeros behind. A longer text is read from
+// before them.
+inline uint64_t load_last(const uint8_t* begin, const uint8_t* end, size_t left) {
+    constexpr size_t kWord = sizeof(uint64_t);
+    if (static_cast<size_t>(end - begin) >= kWord) {
+        return load<uint64_t>(end - kWord) >> 8 * (kWord - left);
+    }
     uint64_t bytes = 0;
-    for (size_t i = 0; i < left; ++i) bytes |= uint64_t{at[i]} << 8 * i;
+    for (size_t i = 0; i < left; ++i) bytes |= uint64_t{(end - left)[i]} << 8 * i;
     return bytes;
 }
 
@@ -244,8 +249,8 @@ inline bool advance(Utf8Reader&, Utf8Writer&, Span& span) {
         s.from += length;
         s.to += length;
     }
-    if (s.left() < kWord && s.room() >= kWord) {
-        const uint64_t bytes = load_last(s.from, s.left());
+    if (s.left() > 0 && s.left() < kWord && s.room() >= kWord) {
+        const uint64_t bytes = load_last(span.from, s.from_end, s.left());
         if (well_formed(bytes) == kWord) {
             store(s.to, bytes);
             s.to += s.left();
