@@ -134,7 +134,10 @@ PARTS = {
                 "time it takes. Of ICU, `ucnv_convertEx`\nwith a lasting pivot runs, its fastest way; iconv "
                 "puts its state back after each text. A code set is opened in a\nfresh process, by the "
                 "name of its table, with one character converted. (By an alias the default code set is taken "
-                "from the\nenvironment first, once in a process.)"),
+                "from the\nenvironment first, once in a process.) Of what opening CP943 takes, more than half "
+                "goes into the 22 pages of\nmemory for its 85 KB, a fifth into copying them there, the rest into "
+                "system calls. iconv maps its converter's\nfile; a table is not mapped, as whoever cuts the file "
+                "short would end the process."),
 }
 
 

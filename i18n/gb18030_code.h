@@ -91,7 +91,8 @@ struct Gb18030Reader : Stateless {
 
     Char next(const uint8_t* at, size_t left) const {
         const int32_t b0 = at[0];
-        if (b0 == 0x80 || b0 == 0xFF) return {kNoValue, 1};
+        if (b0 == 0x80 || b0 == 0xFF) [[unlikely]]
+            return {kNoValue, 1};
         if (left < 2) return {kNoValue, 0};
         const int32_t b1 = at[1];
         if (b1 < '0' || b1 > '9') return {value_of(b0 * 191 + b1 - 24702), 2};
@@ -102,7 +103,9 @@ struct Gb18030Reader : Stateless {
     uint32_t value_of(int32_t index) const {
         if (const auto place = static_cast<uint32_t>(index); place < kGbIndexEnd) {
             const uint32_t value = value_in_block(place);
-            return value == kSubstitute || value == kUnmapped ? kNoValue : value;
+            if (value == kSubstitute || value == kUnmapped) [[unlikely]]
+                return kNoValue;
+            return value;
         }
         if (index < kGbPlanesBegin || index > kGbPlanesEnd) return kNoValue;
         return static_cast<uint32_t>(index - kGbPlanesBegin) + kPlanes;

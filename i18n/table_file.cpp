@@ -2,7 +2,6 @@
 #include <ctype.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <new>
@@ -19,25 +18,9 @@ static bool is_table(const uint8_t* image, size_t size) {
     return size >= kHeaderSize && memcmp(image + kMagicOffset, kMagic, sizeof kMagic) == 0;
 }
 
-// A large block is given its pages at once: one by one, while the file is read into them, they cost
-// more than the reading.
-static constexpr size_t kLargeBlock = 32 << 10;
-
-static void* allocate(size_t size) {
-    if (size < kLargeBlock) return malloc(size);
-    void* block = mmap(nullptr, size, PROT_READ | PROT_WRITE,
-                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
-    return block == MAP_FAILED ? nullptr : block;
-}
-
 void free_table(LoadedTable* table) {
-    const size_t size = sizeof(LoadedTable) + table->size;
     table->~LoadedTable();
-    if (size < kLargeBlock) {
-        free(table);
-    } else {
-        munmap(table, size);
-    }
+    free(table);
 }
 
 static LoadedTable* read_file(const char* path) {
@@ -46,7 +29,7 @@ static LoadedTable* read_file(const char* path) {
     const off_t size = file.status().st_size;
     if (size < 0 || static_cast<size_t>(size) > kMaxTableSize) return nullptr;
     const auto length = static_cast<size_t>(size);
-    void* block = allocate(sizeof(LoadedTable) + length);
+    void* block = malloc(sizeof(LoadedTable) + length);
     if (block == nullptr) return nullptr;
     auto* table = new (block) LoadedTable;
     table->size = static_cast<uint32_t>(length);

@@ -127,8 +127,9 @@ struct Node {
 
     // The next node, or the value behind the last byte. False: the byte chooses nothing.
     bool choose(const uint8_t* image, uint8_t byte, uint16_t& chosen) const {
-        if (byte < lowest || byte - lowest >= count) return false;
-        chosen = load<uint16_t>(image + entries + 2 * static_cast<size_t>(byte - lowest));
+        const uint32_t place = uint32_t{byte} - lowest;  // below the lowest: beyond any count
+        if (place >= count) return false;
+        chosen = load<uint16_t>(image + entries + size_t{2} * place);
         return true;
     }
 };
