@@ -1,6 +1,5 @@
 // Finding and loading the tables of code sets.
 #include <ctype.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <unistd.h>
 
