@@ -117,7 +117,9 @@ bool advance(Reader&, Writer&, Span& s) {
 // Converts one character after the other, as many as surely are whole and fit. False: none. Here as
 // in every hot loop what moves is in a local: behind a reference each byte that is written might
 // change it.
+// (Measured: taken apart, or with fewer levels, it is a fifth slower for some code sets.)
 template <class Reader, class Writer>
+// NOLINTNEXTLINE(readability-function-size)
 bool convert_amply(Reader& reader, Writer& writer, Span& span) {
     using In = typename Reader::Unit;
     Span s = span;
