@@ -1,0 +1,221 @@
+// Any format with arguments of any kinds: what is printed is what snprintf makes of it, one
+// conversion at a time. The input is a format, a zero, and the arguments.
+#include <algorithm>
+#include <bit>
+#include <clocale>
+#include <cmath>
+#include <cstring>
+#include <cwchar>
+#include <deque>
+#include <optional>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "fuzz/target.h"
+#include "runtime/cx_printf.h"
+
+struct Input {
+    const uint8_t* data;
+    size_t left;
+
+    uint64_t number(unsigned bytes) {  // zeros behind the end
+        uint64_t value = 0;
+        for (; bytes > 0; --bytes, left -= left > 0) value = value << 8 | (left > 0 ? *data++ : 0);
+        return value;
+    }
+};
+
+// What arguments point to, each in just its size, so that reading beyond it is seen.
+using Places = std::deque<std::vector<char>>;
+
+template <class Unit>
+static const void* keep(Places& places, const Unit* units, size_t count) {
+    const auto* bytes = reinterpret_cast<const char*>(units);
+    return places.emplace_back(bytes, bytes + count * sizeof(Unit)).data();
+}
+
+static CxPrintfArg take_text(Input& input, Places& places, int32_t kind) {
+    const auto size = static_cast<size_t>(input.number(1) % 20);
+    if (size == 19) return {kind, {.address = nullptr}};
+    std::string text(size, '\0');
+    for (char& c : text) c = static_cast<char>(input.number(1));
+    text.resize(strlen(text.c_str()));
+    if (kind == CX_ARG_TEXT)
+        return {kind, {.address = keep(places, text.c_str(), text.size() + 1)}};
+    std::wstring wide;
+    for (const char c : text) {  // of one to four bytes, and no character at all
+        const auto byte = static_cast<unsigned char>(c);
+        wide += static_cast<wchar_t>(byte < 0x80 ? byte : byte == 0xFF ? 0xD800 : byte * 0x2FE);
+    }
+    return {kind, {.address = keep(places, wide.c_str(), wide.size() + 1)}};
+}
+
+static CxPrintfArg take_argument(Input& input, Places& places) {
+    static constexpr int32_t kKinds[] = {
+        CX_ARG_INT32,       CX_ARG_INT64, CX_ARG_UINT32,    CX_ARG_UINT64,  CX_ARG_DOUBLE,
+        CX_ARG_LONG_DOUBLE, CX_ARG_TEXT,  CX_ARG_WIDE_TEXT, CX_ARG_POINTER, CX_ARG_UNSET};
+    const int32_t kind = kKinds[input.number(1) % std::size(kKinds)];
+    if (kind == CX_ARG_TEXT || kind == CX_ARG_WIDE_TEXT) return take_text(input, places, kind);
+    const auto bytes = static_cast<unsigned>(input.number(1) % 8 + 1);
+    const uint64_t top = input.number(bytes) << (64 - 8 * bytes);
+    const auto real = std::bit_cast<double>(top);
+    const int64_t integer = static_cast<int64_t>(top) >> (64 - 8 * bytes);
+    if (kind == CX_ARG_DOUBLE) return {kind, {.real = real}};
+    if (kind == CX_ARG_INT32) return {kind, {.integer = static_cast<int32_t>(integer)}};
+    if (kind == CX_ARG_UINT32) return {kind, {.natural = static_cast<uint32_t>(integer)}};
+    if (kind != CX_ARG_LONG_DOUBLE) return {kind, {.integer = integer}};
+    const auto exponent = static_cast<int16_t>(input.number(2));
+    const auto mantissa = static_cast<long double>(integer);
+    const long double number = std::isfinite(real) ? std::ldexp(mantissa, exponent) : real;
+    return {kind, {.address = keep(places, &number, 1)}};
+}
+
+using Printed = std::optional<std::string>;  // nothing: it fails
+
+template <class Value>
+static Printed standard(const std::string& format, int width, int precision, Value value) {
+    const int length = snprintf(nullptr, 0, format.c_str(), width, precision, value);
+    if (length < 0) return {};
+    std::string text(static_cast<size_t>(length), '\0');
+    snprintf(text.data(), text.size() + 1, format.c_str(), width, precision, value);
+    return text;
+}
+
+static bool is_integer(const CxPrintfArg& arg) {
+    return arg.kind >= CX_ARG_INT32 && arg.kind <= CX_ARG_UINT64;
+}
+
+struct Conversion {
+    std::string flags, length;
+    char letter;
+    int width = 0, precision = -1;
+
+    Printed with(const char* modifier, char standard_letter, auto value) const {
+        return standard("%" + flags + "*.*" + modifier + standard_letter, width, precision, value);
+    }
+    Printed print(const CxPrintfArg& arg) const;
+};
+
+// With the standard conversion that takes an argument of this type.
+Printed Conversion::print(const CxPrintfArg& arg) const {
+    const auto is = [this](const char* letters) { return strchr(letters, letter) != nullptr; };
+    const bool wide = length == "l" || is("CS");
+    const bool has_32_bits = arg.kind == CX_ARG_INT32 || arg.kind == CX_ARG_UINT32;
+    const auto number = arg.value.integer;
+    const auto small = static_cast<int>(number);
+    if (is_integer(arg)) {
+        if (is("cC"))
+            return wide ? with("l", 'c', static_cast<wint_t>(small)) : with("", 'c', small);
+        if (!is("dioxXu")) return "";
+        if (length == "h" || length == "hh") return with(length.c_str(), letter, small);
+        const bool narrow = has_32_bits && (length.empty() || length == "L");
+        return narrow ? with("", letter, small)
+                      : with("ll", letter, static_cast<long long>(number));
+    }
+    const void* address = arg.value.address;
+    if (arg.kind == CX_ARG_DOUBLE && is("aAeEfFgG")) return with("", letter, arg.value.real);
+    if (arg.kind == CX_ARG_LONG_DOUBLE && is("aAeEfFgG")) {
+        return with("L", letter, *static_cast<const long double*>(address));
+    }
+    if (arg.kind == CX_ARG_TEXT && is("s") && !wide) return with("", 's', address);
+    if (arg.kind == CX_ARG_WIDE_TEXT && is("sS") && wide) return with("l", 's', address);
+    return arg.kind == CX_ARG_POINTER && is("p") ? with("", 'p', address) : "";
+}
+
+// The number in a part of a format, above all limits when it has many digits; 0: there is none.
+static int number_in(const std::string& part) {
+    const size_t first = part.find_first_of("123456789");
+    if (first == std::string::npos) return 0;
+    return part.size() - first > 7 ? 1'000'000 : std::stoi(part.substr(first));
+}
+
+struct Oracle {
+    const std::vector<CxPrintfArg>& args;
+    size_t next = 0;
+
+    const CxPrintfArg* argument(const std::string& position) {
+        const int number = number_in(position);
+        const size_t index = number > 0 ? static_cast<size_t>(number) - 1 : next++;
+        return index < args.size() ? &args[index] : nullptr;
+    }
+    Printed convert(const std::smatch& match);
+    Printed print(const std::string& format);
+};
+
+Printed Oracle::convert(const std::smatch& match) {
+    static constexpr int kLimit = 65535;
+    Conversion conversion{match.str(2), match.str(5), *match[6].first};
+    bool prints = true;
+    for (const auto& [group, measure] :
+         {std::pair{3, &conversion.width}, std::pair{4, &conversion.precision}}) {
+        const std::string part = match.str(static_cast<size_t>(group));
+        if (part.empty()) continue;
+        const CxPrintfArg number{CX_ARG_INT32, {.integer = number_in(part)}};
+        const CxPrintfArg* arg = part[0] == '*' ? argument(part) : &number;
+        if (arg == nullptr) return {};
+        prints = prints && is_integer(*arg);
+        if (!prints) continue;
+        const bool negative = arg->kind <= CX_ARG_INT64 && arg->value.integer < 0;
+        const uint64_t size = negative ? 0 - arg->value.natural : arg->value.natural;
+        const bool precision = group == 4;
+        if (size > kLimit && !(precision && negative)) return {};
+        *measure = precision && negative ? -1 : static_cast<int>(arg->value.integer);
+    }
+    const CxPrintfArg* arg = argument(match.str(1));
+    if (arg == nullptr) return {};
+    return prints ? conversion.print(*arg) : "";
+}
+
+Printed Oracle::print(const std::string& format) {
+    static const std::regex pattern(R"(%([1-9]\d*\$)?([-+ #0']*)(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)"
+                                    R"((?:\.(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)?)"
+                                    R"((hh|h|ll|l|L|I64|j|q|t|z|Z)?([ACEFGSXacdefginopsux]))");
+    std::string all;
+    for (auto at = format.begin(); at != format.end();) {
+        std::smatch match;
+        Printed part = std::string(1, *at);
+        if (*at != '%') {
+            ++at;
+        } else if (format.compare(static_cast<size_t>(at - format.begin()), 2, "%%") == 0) {
+            at += 2;
+        } else {
+            if (!std::regex_search(at, format.end(), match, pattern,
+                                   std::regex_constants::match_continuous)) {
+                return {};
+            }
+            part = convert(match);
+            at = match[0].second;
+        }
+        if (!part) return {};
+        all += *part;
+    }
+    return all;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const char* const locale = setlocale(LC_CTYPE, "C.UTF-8");
+    require(locale != nullptr, "characters are of several bytes");
+    const auto* bytes = reinterpret_cast<const char*>(data);
+    const std::string format(bytes, strnlen(bytes, std::min<size_t>(size, 256)));
+    const std::vector<char> copy(format.c_str(), format.c_str() + format.size() + 1);
+    Input input{data + format.size(), size - format.size()};
+    input.number(1);
+    Places places;
+    std::vector<CxPrintfArg> args;
+    while (input.left > 0 && args.size() < 12) args.push_back(take_argument(input, places));
+    const Printed expected = Oracle{args}.print(format);
+    args.push_back({CX_ARG_END, {.integer = 0}});
+    args.shrink_to_fit();
+
+    CxStringBuff buff{};
+    require(CxStringBuffAppendStr(&buff, "kept ") == 1, "there is a text");
+    const int result = CxStringBuffPrintfA(nullptr, &buff, copy.data(), args.data());
+    require(result == (expected ? 1 : 0), "it is a format with its arguments");
+    const std::string whole = "kept " + expected.value_or("");
+    require(buff.length == static_cast<int32_t>(whole.size()), "it is as long");
+    require(buff.length < buff.capacity, "it is in its memory");
+    require(memcmp(buff.text, whole.c_str(), whole.size() + 1) == 0, "it is what snprintf prints");
+    CxStringBuffDiscard(&buff);
+    return 0;
+}

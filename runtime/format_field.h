@@ -1,0 +1,65 @@
+// What all conversions share: a prefix, zeros and a body in a field of some width.
+#pragma once
+
+#include <algorithm>
+#include <string_view>
+
+#include "runtime/format.h"
+#include "runtime/owned.h"
+#include "runtime/room.h"
+
+namespace vel::runtime {
+
+inline bool put(CxStringBuff* buff, std::string_view text) {
+    char* const out = room_for(buff, text.size());
+    if (out == nullptr) return false;
+    memcpy(out, text.data(), text.size());
+    extend(buff, text.size());
+    return true;
+}
+
+// Puts down a prefix, zeros and a body, padded with blanks to the width.
+inline bool put_field(CxStringBuff* buff, const FormatItem& item, std::string_view prefix,
+                      size_t zeros, std::string_view body) {
+    const size_t length = prefix.size() + zeros + body.size();
+    const size_t width = item.width < 0 ? 0 : static_cast<size_t>(item.width);
+    const size_t blanks = width > length ? width - length : 0;
+    char* out = room_for(buff, length + blanks);
+    if (out == nullptr) return false;
+    const bool left = (item.flags & kLeft) != 0;
+    if (!left) out = std::fill_n(out, blanks, ' ');
+    out = std::copy(prefix.begin(), prefix.end(), out);
+    out = std::fill_n(out, zeros, '0');
+    out = std::copy(body.begin(), body.end(), out);
+    if (left) std::fill_n(out, blanks, ' ');
+    extend(buff, length + blanks);
+    return true;
+}
+
+// The zeros that fill up the width when the flag says so.
+inline size_t zeros_to_width(const FormatItem& item, size_t length) {
+    if (!(item.flags & kZero) || item.flags & kLeft || item.width < 0) return 0;
+    const auto width = static_cast<size_t>(item.width);
+    return width > length ? width - length : 0;
+}
+
+inline std::string_view sign_of(const FormatItem& item, bool negative) {
+    if (negative) return "-";
+    if (item.flags & kPlus) return "+";
+    return item.flags & kBlank ? " " : "";
+}
+
+// The digits that a number begins with in groups, and the rest of it; false: no memory.
+inline bool group_digits(StringBuff& grouped, std::string_view number) {
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto rest = std::find_if_not(number.begin(), number.end(), digit);
+    const auto digits = static_cast<size_t>(rest - number.begin());
+    return put(&grouped, number.substr(0, digits)) && cxPrintfDoThousandSep(&grouped) &&
+           put(&grouped, number.substr(digits));
+}
+
+inline std::string_view text_of(const CxStringBuff& buff) {
+    return {buff.text, static_cast<size_t>(buff.length)};
+}
+
+}  // namespace vel::runtime
