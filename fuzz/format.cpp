@@ -30,25 +30,24 @@ struct Input {
 using Places = std::deque<std::vector<char>>;
 
 template <class Unit>
-static const void* keep(Places& places, const Unit* units, size_t count) {
+static CxPrintfArg keep(Places& places, int32_t kind, const Unit* units, size_t count) {
     const auto* bytes = reinterpret_cast<const char*>(units);
-    return places.emplace_back(bytes, bytes + count * sizeof(Unit)).data();
+    return {kind, {.address = places.emplace_back(bytes, bytes + count * sizeof *units).data()}};
 }
 
 static CxPrintfArg take_text(Input& input, Places& places, int32_t kind) {
     const auto size = static_cast<size_t>(input.number(1) % 20);
     if (size == 19) return {kind, {.address = nullptr}};
-    std::string text(size, '\0');
-    for (char& c : text) c = static_cast<char>(input.number(1));
-    text.resize(strlen(text.c_str()));
-    if (kind == CX_ARG_TEXT)
-        return {kind, {.address = keep(places, text.c_str(), text.size() + 1)}};
-    std::wstring wide;
-    for (const char c : text) {  // of one to four bytes, and no character at all
-        const auto byte = static_cast<unsigned char>(c);
-        wide += static_cast<wchar_t>(byte < 0x80 ? byte : byte == 0xFF ? 0xD800 : byte * 0x2FE);
+    std::string text;
+    std::wstring wide;  // of one to three bytes, and half a surrogate pair, which is no character
+    for (size_t i = 0; i < size; ++i) {
+        const auto byte = static_cast<unsigned char>(input.number(1));
+        text += static_cast<char>(byte);
+        wide += static_cast<wchar_t>(byte < 0x80 ? byte : byte == 0xFF ? 0xD800 : byte * 15);
     }
-    return {kind, {.address = keep(places, wide.c_str(), wide.size() + 1)}};
+    const size_t count = strlen(text.c_str()) + 1;
+    return kind == CX_ARG_TEXT ? keep(places, kind, text.c_str(), count)
+                               : keep(places, kind, wide.c_str(), count);
 }
 
 static CxPrintfArg take_argument(Input& input, Places& places) {
@@ -66,33 +65,29 @@ static CxPrintfArg take_argument(Input& input, Places& places) {
     if (kind == CX_ARG_UINT32) return {kind, {.natural = static_cast<uint32_t>(integer)}};
     if (kind != CX_ARG_LONG_DOUBLE) return {kind, {.integer = integer}};
     const auto exponent = static_cast<int16_t>(input.number(2));
-    const auto mantissa = static_cast<long double>(integer);
-    const long double number = std::isfinite(real) ? std::ldexp(mantissa, exponent) : real;
-    return {kind, {.address = keep(places, &number, 1)}};
-}
-
-using Printed = std::optional<std::string>;  // nothing: it fails
-
-template <class Value>
-static Printed standard(const std::string& format, int width, int precision, Value value) {
-    const int length = snprintf(nullptr, 0, format.c_str(), width, precision, value);
-    if (length < 0) return {};
-    std::string text(static_cast<size_t>(length), '\0');
-    snprintf(text.data(), text.size() + 1, format.c_str(), width, precision, value);
-    return text;
+    const long double number = std::ldexp(static_cast<long double>(integer), exponent);
+    return keep(places, kind, &number, 1);
 }
 
 static bool is_integer(const CxPrintfArg& arg) {
     return arg.kind >= CX_ARG_INT32 && arg.kind <= CX_ARG_UINT64;
 }
 
+using Printed = std::optional<std::string>;  // nothing: it fails
+
+// A conversion, taken apart, and what it takes from the arguments.
 struct Conversion {
     std::string flags, length;
     char letter;
     int width = 0, precision = -1;
 
-    Printed with(const char* modifier, char standard_letter, auto value) const {
-        return standard("%" + flags + "*.*" + modifier + standard_letter, width, precision, value);
+    Printed with(const char* modifier, char standard, auto value) const {
+        const std::string format = "%" + flags + "*.*" + modifier + standard;
+        const int size = snprintf(nullptr, 0, format.c_str(), width, precision, value);
+        if (size < 0) return {};
+        std::string text(static_cast<size_t>(size), '\0');
+        snprintf(text.data(), text.size() + 1, format.c_str(), width, precision, value);
+        return text;
     }
     Printed print(const CxPrintfArg& arg) const;
 };
@@ -100,40 +95,36 @@ struct Conversion {
 // With the standard conversion that takes an argument of this type.
 Printed Conversion::print(const CxPrintfArg& arg) const {
     const auto is = [this](const char* letters) { return strchr(letters, letter) != nullptr; };
-    const bool wide = length == "l" || is("CS");
-    const bool has_32_bits = arg.kind == CX_ARG_INT32 || arg.kind == CX_ARG_UINT32;
-    const auto number = arg.value.integer;
-    const auto small = static_cast<int>(number);
-    if (is_integer(arg)) {
-        if (is("cC"))
-            return wide ? with("l", 'c', static_cast<wint_t>(small)) : with("", 'c', small);
-        if (!is("dioxXu")) return "";
-        if (length == "h" || length == "hh") return with(length.c_str(), letter, small);
-        const bool narrow = has_32_bits && (length.empty() || length == "L");
-        return narrow ? with("", letter, small)
-                      : with("ll", letter, static_cast<long long>(number));
-    }
+    const bool wide = length == "l" || is("CS"), real = is("aAeEfFgG");
+    const auto small = static_cast<int>(arg.value.integer);
     const void* address = arg.value.address;
-    if (arg.kind == CX_ARG_DOUBLE && is("aAeEfFgG")) return with("", letter, arg.value.real);
-    if (arg.kind == CX_ARG_LONG_DOUBLE && is("aAeEfFgG")) {
+    if (is_integer(arg) && is("cC")) {
+        return wide ? with("l", 'c', static_cast<wint_t>(small)) : with("", 'c', small);
+    }
+    if (is_integer(arg) && is("dioxXu")) {
+        if (length == "h" || length == "hh") return with(length.c_str(), letter, small);
+        const bool has_32_bits = arg.kind == CX_ARG_INT32 || arg.kind == CX_ARG_UINT32;
+        const bool narrow = has_32_bits && (length.empty() || length == "L");
+        return narrow ? with("", letter, small) : with("l", letter, arg.value.integer);
+    }
+    if (real && arg.kind == CX_ARG_DOUBLE) return with("", letter, arg.value.real);
+    if (real && arg.kind == CX_ARG_LONG_DOUBLE) {
         return with("L", letter, *static_cast<const long double*>(address));
     }
-    if (arg.kind == CX_ARG_TEXT && is("s") && !wide) return with("", 's', address);
-    if (arg.kind == CX_ARG_WIDE_TEXT && is("sS") && wide) return with("l", 's', address);
-    return arg.kind == CX_ARG_POINTER && is("p") ? with("", 'p', address) : "";
-}
-
-// The number in a part of a format, above all limits when it has many digits; 0: there is none.
-static int number_in(const std::string& part) {
-    const size_t first = part.find_first_of("123456789");
-    if (first == std::string::npos) return 0;
-    return part.size() - first > 7 ? 1'000'000 : std::stoi(part.substr(first));
+    const bool fits = is("p") ? arg.kind == CX_ARG_POINTER
+                              : is("sS") && arg.kind == (wide ? CX_ARG_WIDE_TEXT : CX_ARG_TEXT);
+    return fits ? with(wide && is("sS") ? "l" : "", is("p") ? 'p' : 's', address) : "";
 }
 
 struct Oracle {
     const std::vector<CxPrintfArg>& args;
     size_t next = 0;
 
+    // The number in a part of a format, above all limits when it is long; 0: there is none.
+    static int number_in(const std::string& part) {
+        const size_t first = std::min(part.find_first_of("123456789"), part.size());
+        return part.size() - first > 7 ? 1'000'000 : std::atoi(part.c_str() + first);
+    }
     const CxPrintfArg* argument(const std::string& position) {
         const int number = number_in(position);
         const size_t index = number > 0 ? static_cast<size_t>(number) - 1 : next++;
@@ -144,23 +135,21 @@ struct Oracle {
 };
 
 Printed Oracle::convert(const std::smatch& match) {
-    static constexpr int kLimit = 65535;
     Conversion conversion{match.str(2), match.str(5), *match[6].first};
     bool prints = true;
-    for (const auto& [group, measure] :
-         {std::pair{3, &conversion.width}, std::pair{4, &conversion.precision}}) {
-        const std::string part = match.str(static_cast<size_t>(group));
+    for (const size_t group : {3U, 4U}) {  // the width, the precision
+        const std::string part = match.str(group);
         if (part.empty()) continue;
-        const CxPrintfArg number{CX_ARG_INT32, {.integer = number_in(part)}};
-        const CxPrintfArg* arg = part[0] == '*' ? argument(part) : &number;
+        const CxPrintfArg given{CX_ARG_INT32, {.integer = number_in(part)}};
+        const CxPrintfArg* arg = part[0] == '*' ? argument(part) : &given;
         if (arg == nullptr) return {};
-        prints = prints && is_integer(*arg);
-        if (!prints) continue;
+        if (!is_integer(*arg)) prints = false;
+        if (!prints && arg != &given) continue;
         const bool negative = arg->kind <= CX_ARG_INT64 && arg->value.integer < 0;
-        const uint64_t size = negative ? 0 - arg->value.natural : arg->value.natural;
-        const bool precision = group == 4;
-        if (size > kLimit && !(precision && negative)) return {};
-        *measure = precision && negative ? -1 : static_cast<int>(arg->value.integer);
+        if (negative && group == 4) continue;  // as if there were none
+        if ((negative ? 0 - arg->value.natural : arg->value.natural) > 65535) return {};
+        (group == 3 ? conversion.width : conversion.precision) =
+            static_cast<int>(arg->value.integer);
     }
     const CxPrintfArg* arg = argument(match.str(1));
     if (arg == nullptr) return {};
@@ -168,25 +157,17 @@ Printed Oracle::convert(const std::smatch& match) {
 }
 
 Printed Oracle::print(const std::string& format) {
-    static const std::regex pattern(R"(%([1-9]\d*\$)?([-+ #0']*)(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)"
-                                    R"((?:\.(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)?)"
-                                    R"((hh|h|ll|l|L|I64|j|q|t|z|Z)?([ACEFGSXacdefginopsux]))");
+    static const std::regex pattern(
+        R"([^%]+|%%|%([1-9]\d*\$)?([-+ #0']*)(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)"
+        R"((?:\.(\*(?:[1-9]\d*\$)?|[1-9]\d*)?)?)"
+        R"((hh|h|ll|l|L|I64|j|q|t|z|Z)?([ACEFGSXacdefginopsux]))");
     std::string all;
-    for (auto at = format.begin(); at != format.end();) {
-        std::smatch match;
-        Printed part = std::string(1, *at);
-        if (*at != '%') {
-            ++at;
-        } else if (format.compare(static_cast<size_t>(at - format.begin()), 2, "%%") == 0) {
-            at += 2;
-        } else {
-            if (!std::regex_search(at, format.end(), match, pattern,
-                                   std::regex_constants::match_continuous)) {
-                return {};
-            }
-            part = convert(match);
-            at = match[0].second;
-        }
+    std::smatch match;
+    for (auto at = format.begin(); at != format.end(); at = match[0].second) {
+        const auto here = std::regex_constants::match_continuous;
+        if (!std::regex_search(at, format.end(), match, pattern, here)) return {};
+        const std::string text = match.str() == "%%" ? "%" : match.str();
+        const Printed part = match[6].matched ? convert(match) : text;
         if (!part) return {};
         all += *part;
     }

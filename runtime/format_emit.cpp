@@ -66,8 +66,8 @@ bool emit_number(CxStringBuff* buff, const FormatItem& item, const Number& numbe
     std::string_view digits = digits_of(number.magnitude, item.letter, buffer);
     if (number.magnitude == 0 && item.precision == 0) digits = {};
     StringBuff grouped;
-    if (item.flags & kGroup && (item.letter == 'd' || item.letter == 'u')) {
-        if (!group_digits(grouped, digits)) return false;
+    if (item.flags & kGroup) {
+        if (!put(&grouped, digits) || !cxPrintfDoThousandSep(&grouped)) return false;
         digits = text_of(grouped);
     }
     const auto least = static_cast<size_t>(std::max(item.precision, 0));
@@ -149,10 +149,13 @@ bool emit_character(CxStringBuff* buff, const FormatItem& item, const Arg& arg) 
 bool emit_pointer(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
     if (arg.kind != ArgKind::pointer) return true;
     if (arg.is.p == nullptr) return put_field(buff, item, {}, 0, "(nil)");
+    constexpr std::string_view kPrefixes[] = {"0x", "+0x", " 0x"};
+    const size_t prefix = item.flags & kPlus ? 1 : item.flags & kBlank ? 2 : 0;
     FormatItem as_hex = item;
     as_hex.letter = 'x';
     as_hex.flags = static_cast<uint8_t>(item.flags & ~kGroup);
-    return emit_number(buff, as_hex, {false, reinterpret_cast<uintptr_t>(arg.is.p)}, "0x");
+    const auto address = reinterpret_cast<uintptr_t>(arg.is.p);
+    return emit_number(buff, as_hex, {false, address}, kPrefixes[prefix]);
 }
 
 // A format must not be able to write into memory: "%n" only takes its argument.

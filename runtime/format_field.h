@@ -49,15 +49,6 @@ inline std::string_view sign_of(const FormatItem& item, bool negative) {
     return item.flags & kBlank ? " " : "";
 }
 
-// The digits that a number begins with in groups, and the rest of it; false: no memory.
-inline bool group_digits(StringBuff& grouped, std::string_view number) {
-    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
-    const auto rest = std::find_if_not(number.begin(), number.end(), digit);
-    const auto digits = static_cast<size_t>(rest - number.begin());
-    return put(&grouped, number.substr(0, digits)) && cxPrintfDoThousandSep(&grouped) &&
-           put(&grouped, number.substr(digits));
-}
-
 inline std::string_view text_of(const CxStringBuff& buff) {
     return {buff.text, static_cast<size_t>(buff.length)};
 }

@@ -4,8 +4,10 @@
 #include <array>
 #include <bit>
 #include <charconv>
+#include <climits>
 #include <cmath>
 #include <cstdio>
+#include <cwchar>
 
 #include "runtime/format_field.h"
 
@@ -119,6 +121,29 @@ bool Body::print(const FormatItem& item, const Arg& arg) {
     return true;
 }
 
+// The digits that a number begins with in groups, and the rest of it. False: no memory.
+bool group_digits(StringBuff& grouped, std::string_view number) {
+    const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto rest = std::find_if_not(number.begin(), number.end(), digit);
+    const auto digits = static_cast<size_t>(rest - number.begin());
+    return put(&grouped, number.substr(0, digits)) && cxPrintfDoThousandSep(&grouped) &&
+           put(&grouped, number.substr(digits));
+}
+
+// The bytes that a number has beyond its characters, by its separators and its point.
+size_t bytes_beyond_characters(std::string_view number) {
+    size_t beyond = 0;
+    mbstate_t state{};
+    for (size_t at = 0, length = 1; at < number.size(); at += length) {
+        length = 1;
+        if (static_cast<signed char>(number[at]) >= 0) continue;  // ASCII
+        const size_t found = mbrlen(&number[at], number.size() - at, &state);
+        if (found > 1 && found <= MB_LEN_MAX) length = found;
+        beyond += length - 1;
+    }
+    return beyond;
+}
+
 }  // namespace
 
 bool emit_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
@@ -138,8 +163,11 @@ bool emit_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
         if (!group_digits(grouped, number)) return false;
         number = text_of(grouped);
     }
-    return put_field(buff, item, {prefix, prefix_length},
-                     zeros_to_width(item, prefix_length + number.size()), number);
+    // The width of a real number is in characters: so the C library has it, unlike for integers.
+    FormatItem in_bytes = item;
+    in_bytes.width += static_cast<int32_t>(item.width < 0 ? 0 : bytes_beyond_characters(number));
+    return put_field(buff, in_bytes, {prefix, prefix_length},
+                     zeros_to_width(in_bytes, prefix_length + number.size()), number);
 }
 
 }  // namespace vel::runtime

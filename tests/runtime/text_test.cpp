@@ -17,10 +17,11 @@ static std::string pairs_of(const CxPropList* list) {
     std::string all;
     CxPropListIter it = CxPropListIterator(list);
     for (; CxPropListIterPeekKey(&it) != nullptr; CxPropListIterNext(&it)) {
-        all += taken(CxPropListIterCopyKey(&it)) + "=" + taken(CxPropListIterCopyVal(&it));
-        all += CxPropListIterHasNext(&it) ? "," : "";
+        all += taken(CxPropListIterCopyKey(&it)) + "=" + CxPropListIterPeekVal(&it);
+        if (CxPropListIterHasNext(&it)) all += ",";
     }
-    EXPECT_TRUE(it.list == nullptr && it.index == 0 && CxPropListIterPeekVal(&it) == nullptr);
+    CxPropListIterNext(&it);
+    EXPECT_TRUE(it.list == nullptr && it.index == 0 && CxPropListIterCopyVal(&it) == nullptr);
     return all;
 }
 
