@@ -130,18 +130,24 @@ enum Flag : uint8_t {
 constexpr int32_t kMaxArguments = 4096;
 constexpr int32_t kMaxMeasure = 65535;  // of a width or a precision
 
+// A field of some width, filled up with blanks or with zeros.
+struct Field {
+    int32_t width = -1;  // -1: as wide as what is in it
+    uint8_t flags = 0;
+};
+
 struct Conversion;
 
 // A stretch of literal text, or a conversion.
 struct FormatItem {
     const char* begin = nullptr;  // of the text; null for a conversion
     const char* end = nullptr;
+    Field field;
     int32_t argument = -1;
     int32_t width_argument = -1;
-    int32_t width = -1;
     int32_t precision_argument = -1;
     int32_t precision = -1;
-    uint8_t flags = 0;
+    bool plain = false;  // nothing but the letter, and perhaps a position
     LengthCode length = LengthCode::none;
     ArgKind kind = ArgKind::none;
     char letter = '?';

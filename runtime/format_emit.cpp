@@ -60,34 +60,48 @@ std::string_view digits_of(uint64_t number, char letter, char* out) {
     return {out, static_cast<size_t>(end - out)};
 }
 
+// The common case: nothing but the number.
+bool put_decimal(CxStringBuff* buff, const Number& number) {
+    char digits[kMaxDigits] = "-";
+    const char* const end = std::to_chars(digits + 1, std::end(digits), number.magnitude).ptr;
+    const char* const begin = number.negative ? digits : digits + 1;
+    return put(buff, {begin, static_cast<size_t>(end - begin)});
+}
+
+// Prints the digits of an integer with as many zeros as are due.
+bool put_digits(CxStringBuff* buff, const FormatItem& item, std::string_view prefix,
+                std::string_view digits) {
+    const auto least = static_cast<size_t>(std::max(item.precision, 0));
+    size_t zeros = least > digits.size() ? least - digits.size() : 0;
+    const bool octal_mark = item.letter == 'o' && item.field.flags & kAlternate;
+    if (octal_mark && zeros == 0 && !digits.starts_with('0')) zeros = 1;
+    if (item.precision < 0) {
+        zeros = std::max(zeros, zeros_to_width(item.field, prefix.size() + digits.size()));
+    }
+    return put_field(buff, item.field, prefix, zeros, digits);
+}
+
 bool emit_number(CxStringBuff* buff, const FormatItem& item, const Number& number,
                  std::string_view prefix) {
     char buffer[kMaxDigits];
     std::string_view digits = digits_of(number.magnitude, item.letter, buffer);
     if (number.magnitude == 0 && item.precision == 0) digits = {};
+    if (!(item.field.flags & kGroup)) return put_digits(buff, item, prefix, digits);
     StringBuff grouped;
-    if (item.flags & kGroup) {
-        if (!put(&grouped, digits) || !cxPrintfDoThousandSep(&grouped)) return false;
-        digits = text_of(grouped);
-    }
-    const auto least = static_cast<size_t>(std::max(item.precision, 0));
-    size_t zeros = least > digits.size() ? least - digits.size() : 0;
-    if (item.letter == 'o' && item.flags & kAlternate && zeros == 0 && !digits.starts_with('0')) {
-        zeros = 1;
-    }
-    if (item.precision < 0) {
-        zeros = std::max(zeros, zeros_to_width(item, prefix.size() + digits.size()));
-    }
-    return put_field(buff, item, prefix, zeros, digits);
+    if (!put(&grouped, digits) || !cxPrintfDoThousandSep(&grouped)) return false;
+    return put_digits(buff, item, prefix, text_of(grouped));
 }
 
 bool emit_integer(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
     if (!is_integer(arg.kind)) return true;
     const Number number = number_of(item, arg);
-    std::string_view prefix;
     if (item.letter == 'd') {
-        prefix = sign_of(item, number.negative);
-    } else if (item.flags & kAlternate && number.magnitude != 0) {
+        return item.plain
+                   ? put_decimal(buff, number)
+                   : emit_number(buff, item, number, sign_of(item.field.flags, number.negative));
+    }
+    std::string_view prefix;
+    if (item.field.flags & kAlternate && number.magnitude != 0) {
         prefix = item.letter == 'x' ? "0x" : item.letter == 'X' ? "0X" : "";
     }
     return emit_number(buff, item, number, prefix);
@@ -113,7 +127,7 @@ bool emit_wide_text(CxStringBuff* buff, const FormatItem& item, const wchar_t* t
         if (static_cast<size_t>(length) > room) break;
         room -= static_cast<size_t>(length);
     }
-    return put_field(buff, item, {}, 0, text_of(converted));
+    return put_field(buff, item.field, {}, 0, text_of(converted));
 }
 
 bool emit_text(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
@@ -122,7 +136,7 @@ bool emit_text(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
         // Whole or not at all.
         constexpr std::string_view kNull = "(null)";
         const bool fits = item.precision < 0 || static_cast<size_t>(item.precision) >= kNull.size();
-        return put_field(buff, item, {}, 0, fits ? kNull : "");
+        return put_field(buff, item.field, {}, 0, fits ? kNull : "");
     }
     if (item.kind == ArgKind::wide_text) {
         return emit_wide_text(buff, item, static_cast<const wchar_t*>(arg.is.p));
@@ -130,30 +144,31 @@ bool emit_text(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
     const auto* text = static_cast<const char*>(arg.is.p);
     const size_t length =
         item.precision < 0 ? strlen(text) : strnlen(text, static_cast<size_t>(item.precision));
-    return put_field(buff, item, {}, 0, {text, length});
+    if (item.plain) return put(buff, {text, length});
+    return put_field(buff, item.field, {}, 0, {text, length});
 }
 
 bool emit_character(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
     if (!is_integer(arg.kind)) return true;
     if (item.kind != ArgKind::wide_char) {
         const auto byte = static_cast<char>(arg.is.i);
-        return put_field(buff, item, {}, 0, {&byte, 1});
+        return put_field(buff, item.field, {}, 0, {&byte, 1});
     }
     StringBuff converted;
     mbstate_t state{};
     const auto c = static_cast<wchar_t>(arg.is.i);
     if (put_wide(&converted, c, MB_LEN_MAX, state) < 0) return false;
-    return put_field(buff, item, {}, 0, text_of(converted));
+    return put_field(buff, item.field, {}, 0, text_of(converted));
 }
 
 bool emit_pointer(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
     if (arg.kind != ArgKind::pointer) return true;
-    if (arg.is.p == nullptr) return put_field(buff, item, {}, 0, "(nil)");
+    if (arg.is.p == nullptr) return put_field(buff, item.field, {}, 0, "(nil)");
     constexpr std::string_view kPrefixes[] = {"0x", "+0x", " 0x"};
-    const size_t prefix = item.flags & kPlus ? 1 : item.flags & kBlank ? 2 : 0;
+    const size_t prefix = item.field.flags & kPlus ? 1 : item.field.flags & kBlank ? 2 : 0;
     FormatItem as_hex = item;
     as_hex.letter = 'x';
-    as_hex.flags = static_cast<uint8_t>(item.flags & ~kGroup);
+    as_hex.field.flags = static_cast<uint8_t>(item.field.flags & ~kGroup);
     const auto address = reinterpret_cast<uintptr_t>(arg.is.p);
     return emit_number(buff, as_hex, {false, address}, kPrefixes[prefix]);
 }

@@ -19,14 +19,14 @@ inline bool put(CxStringBuff* buff, std::string_view text) {
 }
 
 // Puts down a prefix, zeros and a body, padded with blanks to the width.
-inline bool put_field(CxStringBuff* buff, const FormatItem& item, std::string_view prefix,
-                      size_t zeros, std::string_view body) {
+inline bool put_field(CxStringBuff* buff, Field field, std::string_view prefix, size_t zeros,
+                      std::string_view body) {
     const size_t length = prefix.size() + zeros + body.size();
-    const size_t width = item.width < 0 ? 0 : static_cast<size_t>(item.width);
+    const size_t width = field.width < 0 ? 0 : static_cast<size_t>(field.width);
     const size_t blanks = width > length ? width - length : 0;
     char* out = room_for(buff, length + blanks);
     if (out == nullptr) return false;
-    const bool left = (item.flags & kLeft) != 0;
+    const bool left = (field.flags & kLeft) != 0;
     if (!left) out = std::fill_n(out, blanks, ' ');
     out = std::copy(prefix.begin(), prefix.end(), out);
     out = std::fill_n(out, zeros, '0');
@@ -37,16 +37,16 @@ inline bool put_field(CxStringBuff* buff, const FormatItem& item, std::string_vi
 }
 
 // The zeros that fill up the width when the flag says so.
-inline size_t zeros_to_width(const FormatItem& item, size_t length) {
-    if (!(item.flags & kZero) || item.flags & kLeft || item.width < 0) return 0;
-    const auto width = static_cast<size_t>(item.width);
+inline size_t zeros_to_width(Field field, size_t length) {
+    if (!(field.flags & kZero) || field.flags & kLeft || field.width < 0) return 0;
+    const auto width = static_cast<size_t>(field.width);
     return width > length ? width - length : 0;
 }
 
-inline std::string_view sign_of(const FormatItem& item, bool negative) {
+inline std::string_view sign_of(uint8_t flags, bool negative) {
     if (negative) return "-";
-    if (item.flags & kPlus) return "+";
-    return item.flags & kBlank ? " " : "";
+    if (flags & kPlus) return "+";
+    return flags & kBlank ? " " : "";
 }
 
 inline std::string_view text_of(const CxStringBuff& buff) {

@@ -85,6 +85,7 @@ constexpr Length kLengths[] = {
 };
 
 LengthCode take_length(Cursor& in) {
+    if (conversion_of(*in.at) != nullptr) return LengthCode::none;
     for (const Length& length : kLengths) {
         if (strncmp(in.at, length.text.data(), length.text.size()) == 0) {
             in.at += length.text.size();
@@ -124,11 +125,24 @@ size_t column_of(LengthCode length) {
 
 // Notes what is demanded of an argument; the last demand holds. An errno.
 int demand(ArgList& args, int32_t index, ArgKind kind) {
-    if (index < 0) return 0;
-    if (index >= kMaxArguments) return EINVAL;
-    if (!args.reach(index + 1)) return ENOMEM;
+    if (index >= args.count()) {
+        if (index >= kMaxArguments) return EINVAL;
+        if (!args.reach(index + 1)) return ENOMEM;
+    }
     args[index].kind = kind;
     return 0;
+}
+
+// What may stand between the position and the letter of a conversion. False: it is not right.
+bool take_details(Cursor& in, FormatItem& item) {
+    item.field.flags = take_flags(in);
+    if (!take_measure(in, item.field.width, item.width_argument)) return false;
+    if (*in.at == '.') {
+        ++in.at;
+        if (!take_measure(in, item.precision, item.precision_argument)) return false;
+    }
+    item.length = take_length(in);
+    return true;
 }
 
 // A conversion, from behind its "%". An errno.
@@ -136,15 +150,10 @@ int take_conversion(Cursor& in) {
     FormatItem* const item = in.list.items.add();
     if (item == nullptr) return ENOMEM;
     item->argument = take_position(in);
-    item->flags = take_flags(in);
-    if (!take_measure(in, item->width, item->width_argument)) return EINVAL;
-    if (*in.at == '.') {
-        ++in.at;
-        if (!take_measure(in, item->precision, item->precision_argument)) return EINVAL;
-    }
     item->conversion = conversion_of(*in.at);
-    if (item->conversion == nullptr) {
-        item->length = take_length(in);
+    item->plain = item->conversion != nullptr;
+    if (!item->plain) {
+        if (!take_details(in, *item)) return EINVAL;
         item->conversion = conversion_of(*in.at);
         if (item->conversion == nullptr) return EINVAL;
     }
@@ -153,9 +162,11 @@ int take_conversion(Cursor& in) {
     item->kind = item->conversion->kinds[column_of(item->length)];
     // Only now, so that "%*.*d" reads the width, the precision and the value in this order.
     if (item->argument < 0) item->argument = in.list.next_argument++;
-    if (const int error = demand(in.args, item->argument, item->kind)) return error;
-    if (const int error = demand(in.args, item->width_argument, ArgKind::int32)) return error;
-    return demand(in.args, item->precision_argument, ArgKind::int32);
+    int error = demand(in.args, item->argument, item->kind);
+    for (const int32_t measure : {item->width_argument, item->precision_argument}) {
+        if (error == 0 && measure >= 0) error = demand(in.args, measure, ArgKind::int32);
+    }
+    return error;
 }
 
 int take_text(Cursor& in, const char* end) {

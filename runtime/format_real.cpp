@@ -23,6 +23,7 @@ constexpr auto kPowersOfTen = [] {
 }();
 
 constexpr size_t kMaxIntegerDigits = 20;  // of 64 bits
+constexpr size_t kUsualBody = 128;        // bytes of a number before it is put into its field
 
 // A number that is not negative times a power of ten, rounded to an integer: exactly, and halves to
 // even. Its result must be below 2^63.
@@ -42,63 +43,48 @@ uint64_t scaled_integer(double number, uint64_t power) {
     return integer + (rest > half || (rest == half && integer % 2 == 1) ? 1 : 0);
 }
 
-// The body of a real number is first put into a place of its own.
-class Body {
-  public:
-    std::string_view text() const { return text_; }
-    bool print(const FormatItem& item, const Arg& arg);
-
-  private:
-    bool print_fixed(const FormatItem& item, long double number);
-
-    char inside_[128];
-    StringBuff large_;
-    std::string_view text_;
-};
-
-// Prints a number with a fixed point, when its digits fit into 64 bits. False: they do not.
-bool Body::print_fixed(const FormatItem& item, long double number) {
+// Prints a number that is not negative with a fixed point, when its digits fit into 64 bits, and
+// returns its length; 0: they do not.
+size_t print_fixed(const FormatItem& item, long double number, char* out) {
     constexpr double kLimit = 1e18;
     const auto precision = static_cast<size_t>(item.precision < 0 ? 6 : item.precision);
     const auto value = static_cast<double>(number);
-    if (precision >= kPowersOfTen.size() || value != number) return false;
-    if (value * static_cast<double>(kPowersOfTen[precision]) >= kLimit) return false;
+    if (precision >= kPowersOfTen.size() || value != number) return 0;
+    if (value * static_cast<double>(kPowersOfTen[precision]) >= kLimit) return 0;
     const uint64_t integer = scaled_integer(value, kPowersOfTen[precision]);
 
     char digits[kMaxIntegerDigits];
-    const char* const end = std::to_chars(digits, std::end(digits), integer).ptr;
-    const std::string_view all(digits, static_cast<size_t>(end - digits));
-    char* out = inside_;
-    if (all.size() <= precision) *out++ = '0';
-    const size_t whole = all.size() > precision ? all.size() - precision : 0;
-    out = std::copy_n(all.begin(), whole, out);
-    if (precision > 0 || item.flags & kAlternate) {
+    char* const end = std::to_chars(digits, std::end(digits), integer).ptr;
+    const auto count = static_cast<size_t>(end - digits);
+    const size_t whole = count > precision ? count - precision : 0;
+    const char* const begin = out;
+    if (whole == 0) *out++ = '0';
+    out = std::copy_n(digits, whole, out);
+    if (precision > 0 || item.field.flags & kAlternate) {
         for (const char* point = nl_langinfo(RADIXCHAR); *point != '\0'; ++point) *out++ = *point;
     }
-    out = std::fill_n(out, precision - (all.size() - whole), '0');
-    out = std::copy(all.begin() + static_cast<ptrdiff_t>(whole), all.end(), out);
-    text_ = {inside_, static_cast<size_t>(out - inside_)};
-    return true;
+    out = std::fill_n(out, precision - (count - whole), '0');
+    out = std::copy(digits + whole, end, out);
+    return static_cast<size_t>(out - begin);
 }
 
-// Prints the absolute value of a number without its width: quickly where that can be, else by the
-// C library. False: no memory.
-bool Body::print(const FormatItem& item, const Arg& arg) {
-    const long double number = std::fabs(arg.is.f);
-    if ((item.letter == 'f' || item.letter == 'F') && print_fixed(item, number)) return true;
-
+// Prints a number that is not negative as the C library does, at `out` when it fits there, else
+// into the buffer. False: no memory.
+bool print_by_library(const FormatItem& item, const Arg& arg, char* out, StringBuff& large,
+                      std::string_view& text) {
     const bool is_long = arg.kind == ArgKind::long_real;  // it matters for "%a"
     char pattern[8];
-    char* out = pattern;
-    *out++ = '%';
-    if (item.flags & kAlternate) *out++ = '#';
-    if (item.precision >= 0) out = std::copy_n(".*", 2, out);
-    if (is_long) *out++ = 'L';
-    *out++ = item.letter;
-    *out = '\0';
-    const auto print_into = [&](char* place, size_t size) {
+    char* end = pattern;
+    *end++ = '%';
+    if (item.field.flags & kAlternate) *end++ = '#';
+    if (item.precision >= 0) end = std::copy_n(".*", 2, end);
+    if (is_long) *end++ = 'L';
+    *end++ = item.letter;
+    *end = '\0';
+    const auto print = [&](char* place, size_t size) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        const long double number = std::fabs(arg.is.f);
         const auto value = static_cast<double>(number);
         if (item.precision < 0) {
             return is_long ? snprintf(place, size, pattern, number)
@@ -108,16 +94,14 @@ bool Body::print(const FormatItem& item, const Arg& arg) {
                        : snprintf(place, size, pattern, item.precision, value);
 #pragma GCC diagnostic pop
     };
-    char* place = inside_;
-    const int length = print_into(place, sizeof inside_);
+    const int length = print(out, kUsualBody);
     if (length < 0) return false;
-    const auto size = static_cast<size_t>(length);
-    if (size >= sizeof inside_) {
-        place = room_for(&large_, size);
-        if (place == nullptr) return false;
-        print_into(place, size + 1);
-    }
-    text_ = {place, size};
+    text = {out, static_cast<size_t>(length)};
+    if (text.size() < kUsualBody) return true;
+    char* const place = room_for(&large, text.size());
+    if (place == nullptr) return false;
+    print(place, text.size() + 1);
+    text = {place, text.size()};
     return true;
 }
 
@@ -144,30 +128,43 @@ size_t bytes_beyond_characters(std::string_view number) {
     return beyond;
 }
 
-}  // namespace
-
-bool emit_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
-    if (arg.kind != ArgKind::real && arg.kind != ArgKind::long_real) return true;
-    Body body;
-    if (!body.print(item, arg)) return false;
-    std::string_view number = body.text();
+// Prints the absolute value of a number, printed already, with its sign.
+bool put_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg, std::string_view number) {
     char prefix[3];
-    size_t prefix_length = sign_of(item, std::signbit(arg.is.f)).copy(prefix, 1);
-    if (!std::isfinite(arg.is.f)) return put_field(buff, item, {prefix, prefix_length}, 0, number);
+    size_t prefix_length = sign_of(item.field.flags, std::signbit(arg.is.f)).copy(prefix, 1);
     if (item.letter == 'a' || item.letter == 'A') {  // zeros go behind "0x"
         prefix_length += number.copy(prefix + prefix_length, 2);
         number.remove_prefix(2);
     }
-    StringBuff grouped;
-    if (item.flags & kGroup) {
+    // The width of a real number is in characters: so the C library has it, unlike for integers.
+    Field field = item.field;
+    if (field.width >= 0) field.width += static_cast<int32_t>(bytes_beyond_characters(number));
+    return put_field(buff, field, {prefix, prefix_length},
+                     zeros_to_width(field, prefix_length + number.size()), number);
+}
+
+}  // namespace
+
+bool emit_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg) {
+    if (arg.kind != ArgKind::real && arg.kind != ArgKind::long_real) return true;
+    char usual[kUsualBody];
+    const bool fixed = item.letter == 'f' || item.letter == 'F';
+    const size_t length = fixed ? print_fixed(item, std::fabs(arg.is.f), usual) : 0;
+    if (length > 0 && !(item.field.flags & kGroup))
+        return put_real(buff, item, arg, {usual, length});
+
+    StringBuff large, grouped;
+    std::string_view number(usual, length);
+    if (length == 0 && !print_by_library(item, arg, usual, large, number)) return false;
+    if (!std::isfinite(arg.is.f)) {
+        const std::string_view sign = sign_of(item.field.flags, std::signbit(arg.is.f));
+        return put_field(buff, item.field, sign, 0, number);
+    }
+    if (item.field.flags & kGroup) {
         if (!group_digits(grouped, number)) return false;
         number = text_of(grouped);
     }
-    // The width of a real number is in characters: so the C library has it, unlike for integers.
-    FormatItem in_bytes = item;
-    in_bytes.width += static_cast<int32_t>(item.width < 0 ? 0 : bytes_beyond_characters(number));
-    return put_field(buff, in_bytes, {prefix, prefix_length},
-                     zeros_to_width(in_bytes, prefix_length + number.size()), number);
+    return put_real(buff, item, arg, number);
 }
 
 }  // namespace vel::runtime

@@ -105,10 +105,10 @@ bool emit_conversion(CxStringBuff* buff, FormatItem item, const ArgList& args) {
     if (item.width_argument >= 0) {
         const Arg& arg = args[item.width_argument];
         if (!is_integer(arg.kind)) return true;  // as for a value of another family
-        if (!take_measure(arg, item.width)) return false;
-        if (item.width < 0) {
-            item.flags |= kLeft;
-            item.width = -item.width;
+        if (!take_measure(arg, item.field.width)) return false;
+        if (item.field.width < 0) {
+            item.field.flags |= kLeft;
+            item.field.width = -item.field.width;
         }
     }
     if (item.precision_argument >= 0) {

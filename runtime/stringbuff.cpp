@@ -15,7 +15,7 @@ namespace vel::runtime {
 namespace {
 
 constexpr int32_t kFirstCapacity = 1024;
-constexpr size_t kMaxNumber = 32;  // digits and a sign
+constexpr int32_t kMaxNumber = 32;  // digits and a sign
 
 // Where in the buffer's own text something stands; -1: elsewhere.
 ptrdiff_t own_offset(const CxStringBuff* buff, const char* bytes) {
@@ -48,10 +48,16 @@ template <class Number>
 int append_number(CxStringBuff* buff, Number number, bool ebcdic = false) {
     if (buff == nullptr) return 0;
     if (number == 0) return 1;  // zero has no digits here: users of the library rely on it
+    // The digits are put where they belong when there is room for any number.
     char digits[kMaxNumber];
-    char* const end = std::to_chars(digits, digits + kMaxNumber, number).ptr;
-    if (ebcdic) std::transform(digits, end, digits, to_ebcdic);
-    return append(buff, digits, static_cast<size_t>(end - digits));
+    const bool roomy = buff->text != nullptr && buff->capacity - buff->length > kMaxNumber;
+    char* const begin = roomy ? buff->text + buff->length : digits;
+    char* const end = std::to_chars(begin, begin + kMaxNumber, number).ptr;
+    if (ebcdic) std::transform(begin, end, begin, to_ebcdic);
+    const auto count = static_cast<size_t>(end - begin);
+    if (!roomy) return append(buff, digits, count);
+    extend(buff, count);
+    return 1;
 }
 
 // The forms of UTF-8, up to six bytes long.
