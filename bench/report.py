@@ -188,7 +188,7 @@ def plot(rows, columns, file):
     curves = (f"{bars} title '{columns[0]}', {points} title '{columns[1]}'" if columns[1:]
               else f"{bars} notitle")
     height = 150 + (16 if columns[1:] else 30) * len(rows)
-    script = f"""set terminal svg size 900,{height} font "sans,12" background "white"
+    script = f"""set terminal svg noenhanced size 900,{height} font "sans,12" background "white"
 set output "{DOCS}/{file}"
 set title "Measured ratio as a share of its goal (1 is the goal, less is better)"
 set style fill solid 0.7

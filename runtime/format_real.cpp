@@ -51,6 +51,8 @@ size_t print_fixed(const FormatItem& item, long double number, char* out) {
     const auto value = static_cast<double>(number);
     if (precision >= kPowersOfTen.size() || value != number) return 0;
     if (value * static_cast<double>(kPowersOfTen[precision]) >= kLimit) return 0;
+    const std::string_view point = nl_langinfo(RADIXCHAR);
+    if (point.size() > MB_LEN_MAX) return 0;  // there is no telling what a locale holds
     const uint64_t integer = scaled_integer(value, kPowersOfTen[precision]);
 
     char digits[kMaxIntegerDigits];
@@ -61,7 +63,7 @@ size_t print_fixed(const FormatItem& item, long double number, char* out) {
     if (whole == 0) *out++ = '0';
     out = std::copy_n(digits, whole, out);
     if (precision > 0 || item.field.flags & kAlternate) {
-        for (const char* point = nl_langinfo(RADIXCHAR); *point != '\0'; ++point) *out++ = *point;
+        out = std::copy(point.begin(), point.end(), out);
     }
     out = std::fill_n(out, precision - (count - whole), '0');
     out = std::copy(digits + whole, end, out);

@@ -1,5 +1,7 @@
 // The printing calls: a format is parsed, its arguments are collected, and each piece is printed.
+#include <algorithm>
 #include <cstdarg>
+#include <cstdlib>
 #include <cstring>
 
 #include "runtime/cx_printf.h"
@@ -94,37 +96,47 @@ bool collect(Arg& arg, const CxPrintfArg& given) {
     }
 }
 
-// A width or a precision from an argument; false: too large.
-bool take_measure(const Arg& arg, int32_t& measure) {
-    if (arg.is.i > kMaxMeasure || arg.is.i < -kMaxMeasure) return false;
-    measure = static_cast<int32_t>(arg.is.i);
-    return true;
+constexpr int32_t kTooLarge = kMaxMeasure + 1;
+
+// A width or a precision from an argument, cut to what is too large.
+int32_t measure_of(const Arg& arg) {
+    if (arg.kind == K::ulong_int && arg.is.i < 0) return kTooLarge;
+    return static_cast<int32_t>(std::clamp<int64_t>(arg.is.i, -kTooLarge, kTooLarge));
 }
 
-bool emit_conversion(CxStringBuff* buff, FormatItem item, const ArgList& args) {
+bool emit_conversion(CxStringBuff* buff, const FormatItem& item, const ArgList& args) {
+    return item.conversion->emit(buff, item, args[item.argument]);
+}
+
+// Prints a conversion whose width or precision is an argument.
+bool emit_measured(CxStringBuff* buff, FormatItem item, const ArgList& args) {
     if (item.width_argument >= 0) {
         const Arg& arg = args[item.width_argument];
         if (!is_integer(arg.kind)) return true;  // as for a value of another family
-        if (!take_measure(arg, item.field.width)) return false;
-        if (item.field.width < 0) {
-            item.field.flags |= kLeft;
-            item.field.width = -item.field.width;
-        }
+        const int32_t width = measure_of(arg);
+        if (width < 0) item.field.flags |= kLeft;
+        item.field.width = std::abs(width);
     }
     if (item.precision_argument >= 0) {
         const Arg& arg = args[item.precision_argument];
         if (!is_integer(arg.kind)) return true;
-        if (!take_measure(arg, item.precision)) return false;
+        item.precision = std::max(measure_of(arg), -1);
     }
-    return item.conversion->emit(buff, item, args[item.argument]);
+    if (item.field.width >= kTooLarge || item.precision >= kTooLarge) return false;
+    return emit_conversion(buff, item, args);
+}
+
+bool emit_item(CxStringBuff* buff, const FormatItem& item, const ArgList& args) {
+    if (item.begin != nullptr) {
+        return put(buff, {item.begin, static_cast<size_t>(item.end - item.begin)});
+    }
+    const bool measured = item.width_argument >= 0 || item.precision_argument >= 0;
+    return measured ? emit_measured(buff, item, args) : emit_conversion(buff, item, args);
 }
 
 bool emit(CxStringBuff* buff, const FormatList& list, const ArgList& args) {
     for (const FormatItem& item : list.items) {
-        const bool done = item.begin == nullptr
-                              ? emit_conversion(buff, item, args)
-                              : put(buff, {item.begin, static_cast<size_t>(item.end - item.begin)});
-        if (!done) return false;
+        if (!emit_item(buff, item, args)) return false;
     }
     return true;
 }

@@ -23,7 +23,7 @@ struct Records {
     std::string seen() const {
         std::string all = std::to_string(capacity) + "," + std::to_string(small.capacity);
         for (int i = 0; i < list.count; ++i)
-            all += list.pairs[i].key + ("=" + std::string(list.pairs[i].value));
+            all.append(list.pairs[i].key).append("=").append(list.pairs[i].value);
         for (const CxStringBuff* b : {&small, &buff}) {
             EXPECT_TRUE(b->text == nullptr ||
                         (b->length < b->capacity && b->text[b->length] == '\0'));
