@@ -120,27 +120,36 @@ TEST_P(Format, IntegersAreThoseOfPrintf) {
 template <class Value>
 static void compare_reals(const std::string& length) {
     using Limits = std::numeric_limits<Value>;
-    const Value nan = Limits::quiet_NaN();
-    const std::vector<Value> values = {0,
-                                       -0.0,
-                                       1,
-                                       -1.5,
-                                       0.5,
-                                       2.5,
-                                       0.125,
-                                       Value{1} / 3,
-                                       1234567.875,
-                                       9.9999999995,
-                                       1e-5,
-                                       1e18,
-                                       Limits::infinity(),
-                                       -nan};
-    const std::vector<Value> extremes = {Limits::max(), -Limits::min(),        Limits::denorm_min(),
-                                         nan,           1 + Limits::epsilon(), -Limits::infinity()};
-    compare("-+ #0", length, length, "aAeE", values);
-    compare("-+ #0'", length, length, "fFgG", values);
-    compare("#'", length, length, "fFgG", extremes);
-    compare("0", length, length, "aAeE", extremes);
+    const Value third = Value{1} / 3, ulp = Limits::epsilon(), nan = Limits::quiet_NaN();
+    const std::vector<Value> usual = {0,
+                                      -0.0,
+                                      1,
+                                      -1.5,
+                                      0.5,
+                                      2.5,
+                                      0.25,
+                                      0.125,
+                                      -2.675,
+                                      third,
+                                      9.9999999995,
+                                      1 + ulp,
+                                      1 - ulp,
+                                      1234567.875,
+                                      999999.5,
+                                      1e-5,
+                                      1e10,
+                                      -123456789012345678.0,
+                                      1e18,
+                                      18446744073709551615.0,
+                                      Limits::infinity(),
+                                      -Limits::infinity(),
+                                      nan,
+                                      std::copysign(nan, Value{-1})};
+    compare("-+ #0", length, length, "aAeE", usual);
+    compare("-+ #0'", length, length, "fFgG", usual);
+    // These have thousands of digits, so not with every flag.
+    const std::vector<Value> extreme = {Limits::max(), Limits::min(), Limits::denorm_min()};
+    compare("0'", length, length, "aefg", extreme);
 }
 
 TEST_P(Format, RealNumbersAreThoseOfPrintf) {
