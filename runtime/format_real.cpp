@@ -111,9 +111,8 @@ bool print_by_library(const FormatItem& item, const Arg& arg, char* out, StringB
 bool group_digits(StringBuff& grouped, std::string_view number) {
     const auto digit = [](char c) { return c >= '0' && c <= '9'; };
     const auto rest = std::find_if_not(number.begin(), number.end(), digit);
-    const auto digits = static_cast<size_t>(rest - number.begin());
-    return put(&grouped, number.substr(0, digits)) && cxPrintfDoThousandSep(&grouped) &&
-           put(&grouped, number.substr(digits));
+    return put(&grouped, {number.begin(), rest}) && cxPrintfDoThousandSep(&grouped) &&
+           put(&grouped, {rest, number.end()});
 }
 
 // The bytes that a number has beyond its characters, by its separators and its point.

@@ -5,6 +5,12 @@
 #include "guid/guid.h"
 #include "guid/vel_guid.h"
 #include "i18n/mab.h"
+#include "runtime/cx_os.h"
+#include "runtime/cx_printf.h"
+#include "runtime/cx_shmem.h"
+#include "runtime/cx_stringbuff.h"
+#include "runtime/cx_text.h"
+#include "runtime/rak.h"
 
 static int convert(void) {
     uc_ch_t* cs = mab_cs_new("UTF-8");
@@ -14,6 +20,29 @@ static int convert(void) {
     if (mab_to_ucs2(cs, "abc", -1, units, 4) != 4 || mab_wcslen(units) != 3) return 1;
     if (mab_from_ucs2(cs, units, -1, text, 4) != 4 || strcmp(text, "abc") != 0) return 2;
     return mab_cs_free(cs);
+}
+
+static int run(void) {
+    const CxPrintfArg arguments[] = {{CX_ARG_TEXT, {.address = "a=b"}}, {CX_ARG_END, {0}}};
+    CxStringBuff buff = {0, 0, NULL};
+    CxStringTokIter token;
+    CxPropList list = {0, 0, NULL};
+    CxFilePath path;
+    CxShMem memory;
+    char* text;
+
+    if (!CxStringBuffPrintf(NULL, &buff, "%d ", 5)) return 1;
+    if (!CxStringBuffPrintfA(NULL, &buff, "%s", arguments)) return 2;
+    CxStringTokIterator(&token, CxStringBuffPeekStr(&buff), " ", CX_TOKEN_QUOTES);
+    CxStringTokIterNext(&token);
+    text = CxStringTokIterGet(&token);
+    if (RakStringCmp(text, "a=b") != 0 || !CxPropListPutStr(&list, text, "v")) return 3;
+    RakMemoryFree(text);
+    CxPropListDiscard(&list);
+    CxStringBuffDiscard(&buff);
+    if (!CxInitFilePath(&path, "/") || CxFilePathIsDir(&path) != 0) return 4;
+    if (CxShMemOpen("", &memory) != CX_SHMEM_NO_KEY) return 5;
+    return CxMutexLock(NULL) == CX_SUCCESS;
 }
 
 int main(void) {
@@ -38,5 +67,6 @@ int main(void) {
     if (vel_guid_write(NULL) != guid_s_write_failed || vel_guid_read(NULL) != guid_s_not_found)
         return 6;
     if (convert() != 0) return 7;
+    if (run() != 0) return 8;
     return vel_guid_terminate();
 }
