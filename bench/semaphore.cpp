@@ -24,8 +24,8 @@ namespace {
 
 constexpr int kProcesses = 4;
 constexpr int kRounds = 10000;  // of each process: several turns of the scheduler
-constexpr int kRoundsAlone = 20000;
-constexpr int kRuns = 11;  // with each lock, in turn
+constexpr int kRuns = 11;       // with each lock, in turn
+constexpr int kRoundsAlone = 1000, kRunsAlone = 201;
 
 CxSem lock_set = -1;
 int bare_set = -1;
@@ -132,14 +132,15 @@ double alone(const Lock& lock) {
 
 // Prints the median of several runs with each lock, in turn.
 template <class Run>
-void measure(const char* name, const char* before, Run run) {
+void measure(const char* name, const char* before, int runs, Run run) {
     std::vector<double> times[std::size(kLocks)];
-    for (int i = 0; i < kRuns; ++i)
+    for (int i = 0; i < runs; ++i)
         for (size_t which = 0; which < std::size(kLocks); ++which)
             times[which].push_back(run(kLocks[which]));
     for (size_t which = 0; which < std::size(kLocks); ++which) {
         std::sort(times[which].begin(), times[which].end());
-        printf("%s\"%s:%s\": %.1f", before, name, kLocks[which].name, times[which][kRuns / 2]);
+        printf("%s\"%s:%s\": %.1f", before, name, kLocks[which].name,
+               times[which][size_t(runs / 2)]);
         before = ", ";
     }
 }
@@ -162,8 +163,8 @@ int main() {
     open_sets();
     Shared& shared = new_shared();
     const int turns = turns_of_a_microsecond();
-    measure("free semaphore", "{", alone);
-    measure("semaphore of four processes", ", ",
+    measure("free semaphore", "{", kRunsAlone, alone);
+    measure("semaphore of four processes", ", ", kRuns,
             [&](const Lock& lock) { return contended(lock, shared, turns); });
     puts("}");
 }

@@ -136,7 +136,7 @@ struct Oracle {
 
 Printed Oracle::convert(const std::smatch& match) {
     Conversion conversion{match.str(2), match.str(5), *match[6].first};
-    bool prints = true;
+    bool prints = true, fits = true;
     for (const size_t group : {3U, 4U}) {  // the width, the precision
         const std::string part = match.str(group);
         if (part.empty()) continue;
@@ -144,16 +144,18 @@ Printed Oracle::convert(const std::smatch& match) {
         const CxPrintfArg* arg = part[0] == '*' ? argument(part) : &given;
         if (arg == nullptr) return {};
         if (!is_integer(*arg)) prints = false;
-        if (!prints && arg != &given) continue;
         const bool negative = arg->kind <= CX_ARG_INT64 && arg->value.integer < 0;
         if (negative && group == 4) continue;  // as if there were none
-        if ((negative ? 0 - arg->value.natural : arg->value.natural) > 65535) return {};
+        const bool small = (negative ? 0 - arg->value.natural : arg->value.natural) <= 65535;
+        if (!small && arg == &given) return {};
+        fits = fits && small;
         (group == 3 ? conversion.width : conversion.precision) =
             static_cast<int>(arg->value.integer);
     }
     const CxPrintfArg* arg = argument(match.str(1));
     if (arg == nullptr) return {};
-    return prints ? conversion.print(*arg) : "";
+    if (!prints) return "";
+    return fits ? conversion.print(*arg) : Printed();
 }
 
 Printed Oracle::print(const std::string& format) {

@@ -177,11 +177,11 @@ bool emit_real(CxStringBuff* buff, const FormatItem& item, const Arg& arg);
 const Conversion* conversion_of(char letter);
 
 struct FormatList {
-    GrowingList<FormatItem, 12> items;
+    GrowingList<FormatItem, 16> items;
     int32_t next_argument = 0;  // of the conversions that do not name theirs
 };
 
-using ArgList = GrowingList<Arg, 12>;
+using ArgList = GrowingList<Arg, 16>;
 
 }  // namespace vel::runtime
 

@@ -230,7 +230,7 @@ constexpr Conversion kConversions[] = {
 constexpr auto kByLetter = [] {
     std::array<const Conversion*, 128> conversions{};
     for (const Conversion& conversion : kConversions) {
-        conversions[static_cast<size_t>(conversion.letter)] = &conversion;
+        conversions[static_cast<unsigned char>(conversion.letter)] = &conversion;
     }
     conversions['i'] = conversions['d'];
     return conversions;

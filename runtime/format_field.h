@@ -10,10 +10,37 @@
 
 namespace vel::runtime {
 
+// Copies by the first and the last bytes, which may overlap.
+template <size_t kSize>
+inline void copy_ends(char* out, const char* from, size_t size) {
+    char first[kSize], last[kSize];
+    memcpy(first, from, kSize);
+    memcpy(last, from + size - kSize, kSize);
+    memcpy(out, first, kSize);
+    memcpy(out + size - kSize, last, kSize);
+}
+
+// Copies what is mostly too short to be worth a call, and returns the end of the copy.
+inline char* copy_short(char* out, std::string_view text) {
+    const size_t size = text.size();
+    if (size >= 16) {
+        memcpy(out, text.data(), size);
+    } else if (size >= 8) {
+        copy_ends<8>(out, text.data(), size);
+    } else if (size >= 4) {
+        copy_ends<4>(out, text.data(), size);
+    } else if (size >= 2) {
+        copy_ends<2>(out, text.data(), size);
+    } else if (size == 1) {
+        *out = text[0];
+    }
+    return out + size;
+}
+
 inline bool put(CxStringBuff* buff, std::string_view text) {
     char* const out = room_for(buff, text.size());
     if (out == nullptr) return false;
-    memcpy(out, text.data(), text.size());
+    copy_short(out, text);
     extend(buff, text.size());
     return true;
 }
@@ -28,9 +55,9 @@ inline bool put_field(CxStringBuff* buff, Field field, std::string_view prefix, 
     if (out == nullptr) return false;
     const bool left = (field.flags & kLeft) != 0;
     if (!left) out = std::fill_n(out, blanks, ' ');
-    out = std::copy(prefix.begin(), prefix.end(), out);
+    out = copy_short(out, prefix);
     out = std::fill_n(out, zeros, '0');
-    out = std::copy(body.begin(), body.end(), out);
+    out = copy_short(out, body);
     if (left) std::fill_n(out, blanks, ' ');
     extend(buff, length + blanks);
     return true;

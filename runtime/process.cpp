@@ -17,7 +17,7 @@ namespace {
 
 // Replaces a host name by the official one when that has a domain. An h_errno.
 int qualify(char* name, size_t size) {
-    constexpr size_t kFirstBuffer = 1024, kMaxBuffer = 1024 * 1024;
+    constexpr size_t kFirstBuffer = 1024, kMaxBuffer = 1 << 20;
     int error = NETDB_INTERNAL;
     for (size_t length = kFirstBuffer; length <= kMaxBuffer; length *= 2) {
         const OwnedText buffer(static_cast<char*>(RakMemoryMalloc(length)));
