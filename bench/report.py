@@ -172,8 +172,8 @@ PARTS = {
                 "snprintf into 1,024 bytes of malloc; the\nreal number goes into memory that is there. Of {fmt}, "
                 "`vformat` makes a `std::string`, the plainest way;\n`vformat_to` fills a `memory_buffer`, 500 "
                 "bytes on the stack. A buffer is emptied after 50 appends; `std::to_chars`\nwrites to an array. "
-                "Each of the four processes takes the semaphore 10,000 times for a microsecond of work; a bare\n"
-                "`semop` has SEM_UNDO and blocks at once."),
+                "Each of the four processes takes the semaphore 10,000 times to count; a bare\n`semop` has "
+                "SEM_UNDO and blocks at once."),
 }
 
 

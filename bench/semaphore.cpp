@@ -70,22 +70,6 @@ int64_t now() {
     return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-void work(int turns) {
-    for (int turn = 0; turn < turns; ++turn) asm volatile("");
-}
-
-// How many turns take a microsecond.
-int turns_of_a_microsecond() {
-    constexpr int kTurns = 1000000;
-    int64_t least = INT64_MAX;
-    for (int run = 0; run < 10; ++run) {
-        const int64_t begun = now();
-        work(kTurns);
-        least = std::min(least, now() - begun);
-    }
-    return int(kTurns * int64_t(1000) / least);
-}
-
 // What the processes share. The count is what the lock guards.
 struct Shared {
     pthread_barrier_t start;
@@ -93,14 +77,12 @@ struct Shared {
     volatile int count;
 };
 
-bool contend(const Lock& lock, Shared& shared, int turns, int self) {
+bool contend(const Lock& lock, Shared& shared, int self) {
     pthread_barrier_wait(&shared.start);
     shared.begun[self] = now();
     for (int round = 0; round < kRounds; ++round) {
         if (!lock.take()) return false;
-        const int count = shared.count;
-        work(turns);
-        shared.count = count + 1;
+        shared.count = shared.count + 1;
         if (!lock.give()) return false;
     }
     shared.ended[self] = now();
@@ -108,12 +90,12 @@ bool contend(const Lock& lock, Shared& shared, int turns, int self) {
 }
 
 // From the first start to the last end, for each round.
-double contended(const Lock& lock, Shared& shared, int turns) {
+double contended(const Lock& lock, Shared& shared) {
     shared.count = 0;
     for (int self = 0; self < kProcesses; ++self) {
         const pid_t child = fork();
         if (child == -1) fail("fork");
-        if (!child) _exit(contend(lock, shared, turns, self) ? 0 : 1);
+        if (!child) _exit(contend(lock, shared, self) ? 0 : 1);
     }
     bool good = true;
     for (int status; wait(&status) != -1;) good = good && status == 0;
@@ -162,9 +144,8 @@ Shared& new_shared() {
 int main() {
     open_sets();
     Shared& shared = new_shared();
-    const int turns = turns_of_a_microsecond();
     measure("free semaphore", "{", kRunsAlone, alone);
     measure("semaphore of four processes", ", ", kRuns,
-            [&](const Lock& lock) { return contended(lock, shared, turns); });
+            [&](const Lock& lock) { return contended(lock, shared); });
     puts("}");
 }

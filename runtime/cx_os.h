@@ -110,8 +110,9 @@ int CxFilePathExists(const CxFilePath* record);
 int CxFilePathParent(const CxFilePath* record, CxFilePath* out);
 
 /* Creates the directory with all that lead to it, each with just these permission bits. A plain
- * errno: 0 when it is there then, 20 when a file is in the way, 22 for a null, empty or invalid
- * record. A directory right under "/" is not created: 22. */
+ * errno: 0 when it was there, was created, or something of its name came up meanwhile; 20 when a
+ * file is in the way; 22 for a null, empty or invalid record. As "/" has no parent, "/name" is not
+ * created: 22. */
 int CxFilePathMkdirs(const CxFilePath* record, uint32_t mode);
 
 typedef DIR* CxDirectory; /* null: closed */

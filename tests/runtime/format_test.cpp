@@ -179,7 +179,11 @@ TEST(FormatRules, AnArrayPrintsWhatIsOfTheFamily) {
         null{CX_ARG_POINTER, {.address = nullptr}}, text{CX_ARG_TEXT, {.address = "text"}},
         wide{CX_ARG_WIDE_TEXT, {.address = L"wide"}};
     using Arguments = std::vector<CxPrintfArg>;
-    const std::tuple<const char*, Arguments, std::string> kRows[] = {
+    const struct {
+        const char* format;
+        Arguments arguments;
+        std::string expected;
+    } kRows[] = {
         {"%s%ls%p%f<%9d>", {minus, text, text, minus, text}, "<>"},
         {"%s%ls%c%p%u%c", {wide, null, real, letter, null, wide}, ""},
         {"%s %S %p %c %lc", {text, wide, null, letter, letter}, "text wide (nil) x x"},
@@ -194,11 +198,11 @@ TEST(FormatRules, AnArrayPrintsWhatIsOfTheFamily) {
         {"%n", {}, kFails},
         {"%4096$d", Arguments(4096, minus), "-1"},
         {"%4097$d", Arguments(4097, minus), kFails}};
-    for (auto [format, arguments, expected] : kRows) {
-        arguments.push_back({CX_ARG_END, {}});
+    for (auto row : kRows) {
+        row.arguments.push_back({CX_ARG_END, {}});
         const auto print = [&](CxStringBuff* buff) {
-            return CxStringBuffPrintfA(nullptr, buff, format, arguments.data());
+            return CxStringBuffPrintfA(nullptr, buff, row.format, row.arguments.data());
         };
-        EXPECT_EQ(appended(print), expected) << format;
+        EXPECT_EQ(appended(print), row.expected) << row.format;
     }
 }

@@ -118,17 +118,33 @@ TEST_F(Files, AreNotTouchedWhenAnArgumentIsInvalid) {
 
 TEST_F(Files, AreOpenedThroughOnesOwnLinks) {
     directory.write("sub/target", "12345");
-    ASSERT_EQ(symlink("target", "sub/own") + symlink("target", "sub/foreign"), 0);
-    ASSERT_EQ(CxFileOpen(&file, "sub/own", O_RDONLY), ok());
-    EXPECT_TRUE(CxFileGetSize(file, &count) == ok() && count == 5);
-    EXPECT_TRUE(fcntl(file, F_GETFD) == FD_CLOEXEC && CxFileClose(&file) == ok());
+    const std::string descriptor = "/proc/self/fd/" + std::to_string(open("sub/target", O_RDONLY));
+    std::filesystem::remove("sub/target");  // only the kernel can still tell what that leads to
+    directory.write("sub/target", "12345");
+    const std::pair<const char*, const char*> links[] = {
+        {"target", "sub/own"},    {"../sub/own", "sub/twice"},     {"self", "self"},
+        {".", "sub/directory"},   {descriptor.c_str(), "unnamed"}, {"target", "sub/foreign"},
+        {"sub/foreign", "chain"}, {".", "sub/foreign-directory"}};
+    for (const auto& [target, link] : links) ASSERT_EQ(symlink(target, link), 0);
+    for (const char* link : {"sub/own", "sub/twice", "unnamed"}) {
+        ASSERT_EQ(CxFileOpen(&file, link, O_RDONLY), ok()) << link;
+        EXPECT_TRUE(CxFileGetSize(file, &count) == ok() && count == 5);
+        EXPECT_TRUE(fcntl(file, F_GETFD) == FD_CLOEXEC && CxFileClose(&file) == ok());
+    }
+    EXPECT_EQ(CxFileOpen(&file, "sub/directory", O_RDONLY | O_DIRECTORY), ok());
+    EXPECT_EQ(CxFileClose(&file), ok());
+    EXPECT_EQ(CxFileOpen(&file, "sub/target/x", O_RDONLY), failed(ENOTDIR));
+    EXPECT_EQ(CxFileOpen(&file, "self", O_RDONLY), failed(ELOOP));
     if (geteuid() != 0) GTEST_SKIP() << "only root can make a link that is another's";
-    ASSERT_EQ(lchown("sub/foreign", 65534, 65534), 0);
-    EXPECT_TRUE(CxFileOpen(&file, "sub/foreign", O_RDWR) == failed(ELOOP) && file == -1);
+    for (const char* link : {"sub/foreign", "sub/foreign-directory"})
+        ASSERT_EQ(lchown(link, 65534, 65534), 0);
+    for (const char* link : {"sub/foreign", "chain"})
+        EXPECT_TRUE(CxFileOpen(&file, link, O_RDWR) == failed(ELOOP) && file == -1);
+    EXPECT_EQ(CxFileOpen(&file, "sub/foreign-directory", O_DIRECTORY), failed(ELOOP));
 }
 
 TEST(FileNames, AreCutAndHaveSlashes) {
-    for (const size_t size : {1, 5, 6, 8}) {
+    for (const size_t size : {1U, 5U, 6U, 8U}) {
         char local[9] = "xxxxxxxx", native[9] = "xxxxxxxx";
         EXPECT_EQ(CxFileNameLocalize("a\\b/c", local, size), size > 5);
         EXPECT_EQ(CxFileNameGetNative("a\\b/c", native, size), size > 5);
@@ -185,7 +201,7 @@ TEST_F(Files, DirectoriesAreMadeWithAllThatLeadToThem) {
 
 TEST_F(Files, DirectoriesAreReadToAnEmptyName) {
     directory.write("long", "");
-    for (const size_t size : {5, 4}) {
+    for (const size_t size : {5U, 4U}) {
         CxDirectory entries = nullptr;
         ASSERT_EQ(CxDirectoryOpen(&entries, path_of(256, "").c_str()), ok());
         for (int i = 0, names = 0; i < 5; ++i) {
