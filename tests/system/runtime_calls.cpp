@@ -36,9 +36,9 @@ CxStatus move(bool out) {
 
 int make_directories() {
     CxFilePath record;
-    CxInitFilePath(&record, path);
-    strncat(record.path, ".d", 2);
-    record.length += 2;
+    char name[CX_MAX_PATH];
+    snprintf(name, sizeof name, "%s.d", path);
+    CxInitFilePath(&record, name);
     return CxFilePathMkdirs(&record, 0700);
 }
 
