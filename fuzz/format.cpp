@@ -15,17 +15,6 @@
 #include "fuzz/target.h"
 #include "runtime/cx_printf.h"
 
-struct Input {
-    const uint8_t* data;
-    size_t left;
-
-    uint64_t number(unsigned bytes) {  // zeros behind the end
-        uint64_t value = 0;
-        for (; bytes > 0; --bytes, left -= left > 0) value = value << 8 | (left > 0 ? *data++ : 0);
-        return value;
-    }
-};
-
 // What arguments point to, each in just its size, so that reading beyond it is seen.
 using Places = std::deque<std::vector<char>>;
 

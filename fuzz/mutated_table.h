@@ -9,23 +9,6 @@
 #include "fuzz/target.h"
 #include "i18n/table_image.h"
 
-// Bytes of the input, zero behind its end.
-struct Input {
-    const uint8_t* data;
-    size_t left;
-
-    uint8_t byte() {
-        if (left == 0) return 0;
-        --left;
-        return *data++;
-    }
-    size_t offset() {
-        size_t bytes = 0;
-        for (int i = 0; i < 3; ++i) bytes = bytes << 8 | byte();
-        return bytes;
-    }
-};
-
 // One table of each kind.
 inline const std::vector<std::string>& shipped_tables() {
     static const std::vector<std::string> tables = [] {
@@ -47,7 +30,7 @@ inline void mutate(std::string& image, Input& input) {
     using vel::i18n::kHeaderSize;
     using vel::i18n::kMagicOffset;
     for (unsigned changes = input.byte() & 15; changes > 0; --changes) {
-        size_t at = input.offset();
+        size_t at = input.number(3);
         at %= at % 5 == 0 ? image.size() : kHeaderSize;
         const auto byte = static_cast<char>(input.byte());
         if (at < kMagicOffset || at > kMagicOffset + 2) image[at] = byte;  // it stays a table

@@ -8,22 +8,13 @@
 #include "runtime/cx_stringbuff.h"
 #include "runtime/rak.h"
 
-struct Input {
-    const uint8_t* data;
-    size_t left;
-
-    uint64_t number(unsigned bytes) {  // zeros behind the end
-        uint64_t value = 0;
-        for (; bytes > 0; --bytes, left -= left > 0) value = value << 8 | (left > 0 ? *data++ : 0);
-        return value;
-    }
-    std::string text() {  // some longer than a buffer is at first
-        std::string part(number(1) % 16, '\0'), whole;
-        for (char& c : part) c = static_cast<char>(number(1));
-        for (uint64_t times = number(1) >= 0xF0 ? 300 : 1; times > 0; --times) whole += part;
-        return whole;
-    }
-};
+// Some texts are longer than a buffer is at first.
+static std::string take_text(Input& input) {
+    std::string part(input.byte() % 16, '\0'), whole;
+    for (char& c : part) c = static_cast<char>(input.byte());
+    for (int times = input.byte() >= 0xF0 ? 300 : 1; times > 0; --times) whole += part;
+    return whole;
+}
 
 struct Model {
     std::string text;
@@ -74,7 +65,7 @@ static bool put_text(CxStringBuff& buff, Model& model, unsigned call, Input& inp
     const auto n = static_cast<int16_t>(input.number(2));
     const bool own = input.number(1) % 2 == 1 && buff.text != nullptr;
     const size_t from = own ? input.number(2) % (model.text.size() + 1) : 0;
-    const std::string given = own ? model.text.substr(from) : input.text();
+    const std::string given = own ? model.text.substr(from) : take_text(input);
     const bool bounded = call == 1 && n > 0 && static_cast<size_t>(n) <= given.size();
     const std::vector<char> copy(given.c_str(), given.c_str() + given.size() + (bounded ? 0 : 1));
     const char* source = own ? buff.text + from : copy.data();

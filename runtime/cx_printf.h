@@ -8,10 +8,10 @@
  *  - "%n" takes its argument and stores nothing.
  *  - Formats fail that ask for a width or a precision above 65,535 or for more than 4,096
  *    arguments.
- *  - Bytes count: a width or a precision of text is in bytes, "%ls" and "%lc" are wchar_t converted
- *    as in the process locale, in whole characters. The flag "'" groups the digits of decimal
- *    numbers as the process locale has it.
- * Everything else is printed as printf prints it; a null text is "(null)".
+ *  - Bytes count: a width or a precision of text is in bytes. "%ls" and "%lc" are wchar_t, which
+ * are converted as the process locale has it, in whole characters. The flag "'" groups all digits
+ * in front of a point, as the process locale has it. Everything else is printed as printf prints
+ * it; a null text is "(null)".
  *
  * Conventions of this header
  *  1. Results are 1 for success and 0 for failure: a null buffer, format or array, a format that is

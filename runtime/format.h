@@ -1,6 +1,7 @@
 // A printf format, parsed: its pieces, and what they demand of the arguments.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
