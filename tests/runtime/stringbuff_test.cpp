@@ -15,20 +15,6 @@ static std::string text_of(const CxStringBuff& buff) {
                                 : std::string(buff.text, static_cast<size_t>(buff.length));
 }
 
-TEST(StringBuffer, HoldsFrom1024BytesAndDoubles) {
-    StringBuff buff;
-    ASSERT_EQ(CxStringBuffAppendStr(&buff, std::string(1023, 'x').c_str()), 1);
-    EXPECT_EQ(buff.capacity, 1024);
-    ASSERT_EQ(CxStringBuffAppendChar(&buff, 'y'), 1);
-    EXPECT_EQ(buff.capacity, 2048);
-    EXPECT_EQ(CxStringBuffPack(&buff) * 10 + CxStringBuffPack(&buff), 10);
-    EXPECT_EQ(buff.capacity, 1025);
-    EXPECT_EQ(CxStringBuffInsertStr(&buff, buff.text + 1020, 2), 1);  // its own text, which moves
-    EXPECT_EQ(text_of(buff), std::string(2, 'x') + "xxxy" + std::string(1021, 'x') + "y");
-    EXPECT_EQ(CxStringBuffRestart(&buff) + CxStringBuffPack(&buff), 2);
-    EXPECT_TRUE(buff.text == nullptr && buff.capacity == 0);
-}
-
 TEST(StringBuffer, RefusesMoreThanItCanCount) {
     // Two gigabytes of address space, of which nothing is touched.
     void* const space = mmap(nullptr, INT32_MAX, PROT_READ | PROT_WRITE,
