@@ -18,7 +18,7 @@
  *     not one, an argument that is missing, wide text without counterpart, no memory. What fails
  *     leaves the buffer's text as it was.
  *  2. handle is kept for later use: pass 0.
- *  3. Texts among the arguments stay the caller's; they must not be the buffer's own.
+ *  3. Texts among the arguments stay the caller's; they may be part of the buffer's own.
  *  4. Only the locale is looked at; nothing else is shared.
  */
 #ifndef CX_PRINTF_H

@@ -141,6 +141,14 @@ bool emit(CxStringBuff* buff, const FormatList& list, const ArgList& args) {
     return true;
 }
 
+// Whether a text among the arguments is the buffer's own, which changes while it is printed to.
+bool prints_itself(const CxStringBuff* buff, const ArgList& args) {
+    return std::any_of(args.begin(), args.end(), [buff](const Arg& arg) {
+        const bool is_text = arg.kind == K::text || arg.kind == K::wide_text;
+        return is_text && own_offset(buff, arg.is.p) >= 0;
+    });
+}
+
 // Prints with what `collect_all` finds for the arguments demanded; all of it or nothing.
 template <class CollectAll>
 int print(CxStringBuff* buff, const char* format, CollectAll collect_all) {
@@ -149,6 +157,10 @@ int print(CxStringBuff* buff, const char* format, CollectAll collect_all) {
     ArgList args;
     CxStatus status = 0;
     if (!CxPrintfProcessFmts(&list, &args, format, &status) || !collect_all(args)) return 0;
+    if (prints_itself(buff, args)) {
+        StringBuff apart;
+        return emit(&apart, list, args) && put(buff, text_of(apart));
+    }
     const int32_t length = buff->length;
     if (emit(buff, list, args)) return 1;
     buff->length = length;

@@ -20,6 +20,15 @@ inline char* room_for(CxStringBuff* buff, size_t extra) {
     return buff->text + buff->length;
 }
 
+// Where in the buffer's own text something stands; -1: elsewhere.
+inline ptrdiff_t own_offset(const CxStringBuff* buff, const void* bytes) {
+    const auto place = reinterpret_cast<uintptr_t>(bytes);
+    const auto begin = reinterpret_cast<uintptr_t>(buff->text);
+    const bool own =
+        begin != 0 && place >= begin && place - begin <= static_cast<size_t>(buff->length);
+    return own ? static_cast<ptrdiff_t>(place - begin) : -1;
+}
+
 // Takes bytes that were put there into the text.
 inline void extend(CxStringBuff* buff, size_t count) {
     buff->length += static_cast<int32_t>(count);

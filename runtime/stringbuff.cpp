@@ -17,15 +17,6 @@ namespace {
 constexpr int32_t kFirstCapacity = 1024;
 constexpr int32_t kMaxNumber = 32;  // digits and a sign
 
-// Where in the buffer's own text something stands; -1: elsewhere.
-ptrdiff_t own_offset(const CxStringBuff* buff, const char* bytes) {
-    const auto place = reinterpret_cast<uintptr_t>(bytes);
-    const auto begin = reinterpret_cast<uintptr_t>(buff->text);
-    const bool own =
-        begin != 0 && place >= begin && place - begin <= static_cast<size_t>(buff->length);
-    return own ? static_cast<ptrdiff_t>(place - begin) : -1;
-}
-
 // Makes room and returns where the bytes stand then: growing moves those that are the buffer's own.
 // Null: there is no room.
 const char* grow_keeping(CxStringBuff* buff, const char* bytes, size_t extra) {

@@ -170,6 +170,17 @@ TEST(FormatRules, AFormatPrints) {
     EXPECT_EQ(stored, 7) << "a count is not stored";
 }
 
+TEST(FormatRules, ABufferPrintsItsOwnText) {
+    vel::runtime::StringBuff buff;
+    std::string expected = "text";
+    CxStringBuffAppendStr(&buff, expected.c_str());
+    for (int i = 0; i < 12; ++i) {  // it moves meanwhile
+        EXPECT_EQ(CxStringBuffPrintf(nullptr, &buff, "%s<%s>", buff.text + 1, buff.text), 1);
+        expected += expected.substr(1) + "<" + expected + ">";
+        ASSERT_TRUE(expected == buff.text);
+    }
+}
+
 TEST(FormatRules, AnArrayPrintsWhatIsOfTheFamily) {
     const long double quarter = 0.25L;
     const CxPrintfArg unset{CX_ARG_UNSET, {}}, minus{CX_ARG_INT32, {.integer = -1}},

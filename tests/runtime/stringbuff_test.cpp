@@ -55,16 +55,6 @@ TEST(StringBuffer, AppendsNothingForZero) {
     }
 }
 
-TEST(StringBuffer, AppendsNumbersInAsciiAndEbcdic) {
-    StringBuff buff;
-    EXPECT_EQ(CxStringBuffAppendInt64(&buff, INT64_MIN) + CxStringBuffAppendInt32(&buff, -42), 2);
-    EXPECT_EQ(CxStringBuffAppendUInt64(&buff, UINT64_MAX), 1);
-    EXPECT_EQ(text_of(buff), "-9223372036854775808-4218446744073709551615");
-    CxStringBuffRestart(&buff);
-    EXPECT_EQ(CxStringBuffAppendEBCDICInt64(&buff, -42), 1);
-    EXPECT_EQ(text_of(buff), "\x60\xF4\xF2");
-}
-
 class CodeSets : public testing::Test {
   protected:
     void SetUp() override {
