@@ -59,10 +59,9 @@ const char mab_version[16] = "MAB Version 2.3";
 int32_t mab_init(void) {
     if (code_sets.mab_initialized) return 0;
     code_sets.mab_initialized = true;  // first: what is called below asks for it, too
-    const char* named = getenv("MAB_CODESET");
-    if (named == nullptr || named[0] == '\0') named = "OS";
+    const char* named = variable("MAB_CODESET");
     char name[kNameBufferSize];
-    get_table_name(named, name, sizeof name);
+    get_table_name(named != nullptr ? named : "OS", name, sizeof name);
     uc_ch_t* cs = mab_cs_new(name);
     if (cs == nullptr) cs = mab_cs_new("DEFAULT");
     if (cs != nullptr) mab_set_def_cs(cs);

@@ -54,6 +54,11 @@ static const char* value_of(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+const char* variable(const char* name) {
+    const char* value = getenv(name);
+    return value != nullptr && value[0] != '\0' ? value : nullptr;
+}
+
 void forget_environment() {
     release(environment.nls_path);
     release(environment.mabdir);

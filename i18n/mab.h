@@ -1,4 +1,5 @@
-/* mab.h — internationalization services: code sets and conversions, wide and multibyte text.
+/* mab.h — internationalization services: code sets and conversions, locales, message catalogs, wide
+ * and multibyte text.
  *
  * Conventions of this header
  *  1. A code set is a uc_ch_t, named by mab_cs_new. Null stands for the process default, which is
@@ -11,7 +12,8 @@
  *  4. Nothing is printed or logged. int32_t results are 0 for success unless said otherwise.
  *  5. Set up by one thread before others call: the default code set and the two paths are
  *     process-wide and not locked. One handle serves one thread at a time, as it holds a shift
- *     state; mab_dup_handle gives each thread its own, over one table.
+ *     state; mab_dup_handle gives each thread its own, over one table. Calls for the locale of the
+ *     process and for catalogs want a lock of the caller's around them.
  */
 #ifndef MAB_H
 #define MAB_H
@@ -117,6 +119,81 @@ int32_t mab_from_ucs2_r(uc_ch_t* cs, const uint16_t** in, int32_t* length, char*
 char* mab_tou_alloc(uc_ch_t* cs, const char* in, int32_t length, int32_t* written);
 char* mab_fromu_alloc(uc_ch_t* cs, const char* in, int32_t length, int32_t* written);
 void mab_free(void* block);
+
+/* ---- Locales ------------------------------------------------------------------------------- */
+
+/* Names of locales in one form: two letters of language in lower case and, where there is one, "_"
+ * and two letters of territory in upper case: "en_us.ISO8859-1" is "en_US", "pt-br" is "pt_BR",
+ * "FR" is "fr". A few older names have a form of their own ("japanese" is "ja_JP", "american" is
+ * "C"); what is no such name stays as it is ("POSIX", "german"). Letters and digits are those of
+ * ASCII. Always 0; a result is cut to size - 1 bytes and ended by a zero; nothing is written with a
+ * size of 0 or to null. A null name is an empty one. The name may lie in `out`. */
+int32_t mab_canonical_loc(const char* name, char* out, size_t size);
+
+/* The same of the language alone, as message catalogs go by it when there is none for a locale:
+ * "fr_CA" is "fr_FR", "en_GB" is "C", "de_DE" is "de", "zh_TW" stays. No result is longer than five
+ * bytes: of other names that is the beginning. */
+int32_t mab_canonical_lang(const char* name, char* out, size_t size);
+
+/* Sets a category (LC_ALL ...) of the process locale as setlocale(3) does, and returns the name
+ * itself; "C" when the system knows no such locale, which is then set. A null name only asks: what
+ * is in force, in the system's words, which last until the next call. */
+const char* mab_setlocale(int category, const char* name);
+
+/* Puts down the value of LANG, or "C" when it is unset or empty; cut as above. */
+int32_t mab_os_lang_name(char* out, size_t size);
+
+/* A locale's canonical name as an object of 32 bytes, so cut to 31; null for null and when memory
+ * runs out. It goes to mab_loc_free, which takes null, too, and returns 0. */
+char* mab_loc_new(const char* name);
+int32_t mab_loc_free(char* locale);
+
+/* ---- Message catalogs ---------------------------------------------------------------------- */
+
+/* An open catalog: a file of texts in UTF-8 under the numbers of a set and of a message (the format
+ * is in docs/formats.md). A handle that is closed for good is recognised. */
+typedef struct mab_cat_t mab_cat_t;
+
+enum {
+    MAB_CAT_LC_MESSAGES = 1,  /* without a locale, LC_ALL and LC_MESSAGES are asked before LANG */
+    MAB_CAT_NO_LANGUAGE = 2,  /* do not look under the two letters of the language */
+    MAB_CAT_NO_CANONICAL = 4, /* nor under the language's canonical name */
+    MAB_CAT_NO_C = 8          /* nor under "C" */
+};
+
+/* Opens a catalog; null when none is found, it is no catalog, or memory or descriptors run out. A
+ * name with "/" or "\" is the path of its file. Any other is looked for along NLSPATH ("%N.cat"
+ * when that is unset or empty): a list of paths with ":" or ";" between them, where a ":" that is
+ * an element's second character belongs to it. In an element, %N is the name, %L the locale, %l its
+ * language, %t its territory, %c its code set; any other "%" stands for itself, also before another
+ * one. Each element is tried with the canonical name of the locale, with its first two letters,
+ * with mab_canonical_lang's name and with "C"; the first path at which there is something is the
+ * catalog's. The locale is the one given; or, when that is null, the first of the variables that
+ * `flags` ask for that is set and not empty; or "C". A try whose locale has more than 31 bytes, or
+ * whose path more than 1,023, is left out.
+ *
+ * Opened catalogs are kept under their path, closed ones, too: opening one again gives the same
+ * handle and touches no file. Only regular files are opened, of 64 MiB at most. A file must not
+ * change while its catalog is kept: put a new one in its place by rename(2). */
+mab_cat_t* mab_catopen(const char* name, uint32_t flags, const char* locale);
+
+/* The text of a message: the default text when the catalog is null or closed for good, or has no
+ * such message. Without a code set it is in the default one, that was in force when the set was
+ * first used; for "UTF-8" (the handle that mab_cs_new gives) as it is in the file; in any other
+ * code set in a place that the next such call for the message uses again. A conversion that takes
+ * more than twice the bytes of the text is cut. The text is the catalog's, as long as that is open.
+ */
+const char* mab_catgets(mab_cat_t* catalog, int32_t set, int32_t message, const char* default_text,
+                        uc_ch_t* cs);
+
+/* Closes a catalog, however many times it was opened; it stays usable until ten others, or as many
+ * as have been open at once, push it out. -1: null, or not open. */
+int32_t mab_catclose(mab_cat_t* catalog);
+
+/* Closes a catalog for good. All others are forgotten: those that are open keep their handles and
+ * their texts, but can only be closed by this call, and their paths lead to a new catalog; those
+ * that are closed already are closed for good, too. -1: null, or closed for good. */
+int32_t mab_catclose_fully(mab_cat_t* catalog);
 
 /* ---- Wide and multibyte text --------------------------------------------------------------- */
 

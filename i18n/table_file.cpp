@@ -7,6 +7,7 @@
 
 #include "i18n/code_set.h"
 #include "i18n/data_file.h"
+#include "i18n/environment.h"
 
 namespace vel::i18n {
 
@@ -89,9 +90,8 @@ static constexpr Place kPlaces[] = {
 
 LoadedTable* get_table(const char* name) {
     for (const Place& place : kPlaces) {
-        const char* value = getenv(place.variable);
-        if (value == nullptr || value[0] == '\0') continue;
-        if (strlen(value) + place.margin >= kPathBufferSize) continue;
+        const char* value = variable(place.variable);
+        if (value == nullptr || strlen(value) + place.margin >= kPathBufferSize) continue;
         char directory[kPathBufferSize];
         stpcpy(stpcpy(directory, value), place.below);
         if (LoadedTable* table = load_table(directory, name); table != nullptr) return table;
