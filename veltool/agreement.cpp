@@ -156,18 +156,6 @@ class Comparison {
 
 }  // namespace
 
-CodeSet::CodeSet(const std::string& directory, const std::string& name) {
-    mab_set_dir(directory.c_str());
-    handle_ = mab_cs_new(name.c_str());
-    if (handle_ == nullptr) throw Failure(name + ": the library finds no table");
-}
-
-std::string_view CodeSet::image() const {
-    uint32_t size = 0;
-    const void* table = mab_cs_table(handle_, &size);
-    return {static_cast<const char*>(table), size};
-}
-
 std::string Agreement::summary() const {
     std::string line = "agree: " + with_commas(to_unicode) + " to Unicode, " +
                        with_commas(from_unicode) +

@@ -1,5 +1,3 @@
-#include <iostream>
-
 #include "veltool/files.h"
 #include "veltool/table.h"
 #include "veltool/tool.h"
@@ -19,12 +17,7 @@ constexpr Option kOptions[] = {{"output", 'o', true}};
 
 ExitStatus run(const CommandLine& line) {
     if (line.operands().size() != 1) throw UsageError("dump takes one table");
-    const std::string text = mapping_text(read_table_file(line.operands()[0]));
-    if (line.has("output")) {
-        write_file(line.value("output"), text);
-    } else {
-        std::cout << text;
-    }
+    write_result(line, mapping_text(read_table_file(line.operands()[0])));
     return kDone;
 }
 

@@ -9,9 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iostream>
 #include <utility>
-
-#include "veltool/tool.h"
 
 namespace vel::tool {
 
@@ -124,6 +123,14 @@ void write_file(const std::string& path, std::string_view content) {
     Draft draft(place_of(path));
     draft.write(content);
     draft.put_in_place();
+}
+
+void write_result(const CommandLine& line, std::string_view content) {
+    if (line.has("output")) {
+        write_file(line.value("output"), content);
+    } else {
+        std::cout << content;
+    }
 }
 
 }  // namespace vel::tool

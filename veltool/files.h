@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "veltool/tool.h"
+
 namespace vel::tool {
 
 // The content of a regular file, or of standard input. Throws Failure, also for what is larger.
@@ -13,5 +15,8 @@ std::string read_standard_input(size_t most);
 
 // Puts a file in place: whoever looks finds the old content or all of the new. Throws Failure.
 void write_file(const std::string& path, std::string_view content);
+
+// Puts a result into the file of the option "output", or on standard output. Throws Failure.
+void write_result(const CommandLine& line, std::string_view content);
 
 }  // namespace vel::tool

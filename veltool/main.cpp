@@ -16,10 +16,12 @@ struct Noun {
 };
 
 constexpr Noun kNouns[] = {
+    {"catalog", "message catalogs: make, show and check them"},
     {"codeset", "tables of code sets: make, show, check and list them"},
 };
 
-const Verb* const kVerbs[] = {&kCodesetCompile, &kCodesetDump, &kCodesetList, &kCodesetVerify};
+const Verb* const kVerbs[] = {&kCatalogCheck, &kCatalogCompile, &kCatalogDump,  &kCodesetCompile,
+                              &kCodesetDump,  &kCodesetList,    &kCodesetVerify};
 
 void show_row(std::string_view name, std::string_view summary) {
     constexpr size_t kColumn = 10;

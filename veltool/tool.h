@@ -51,6 +51,9 @@ struct Verb {
     ExitStatus (*run)(const CommandLine&);
 };
 
+extern const Verb kCatalogCheck;
+extern const Verb kCatalogCompile;
+extern const Verb kCatalogDump;
 extern const Verb kCodesetCompile;
 extern const Verb kCodesetDump;
 extern const Verb kCodesetList;
