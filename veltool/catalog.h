@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "veltool/code_set.h"
+#include "veltool/tool.h"
 
 namespace vel::tool {
 
@@ -22,8 +23,9 @@ using CatalogSets = std::map<int32_t, CatalogMessages>;
 
 inline constexpr int32_t kDefaultSet = 1;  // of messages before any "$set"
 
-// What is wrong with sources, as "file:line: what".
+// What is wrong with sources, as "file:line: what"; and how it is told on standard error.
 using SourceErrors = std::vector<std::string>;
+ExitStatus complain(const SourceErrors& errors);  // kFinding when there are any
 
 // Takes the messages of a source text into the sets, in the place of those of the same numbers, and
 // deletes what it deletes. A null code set is UTF-8. A line that is wrong changes nothing, but one

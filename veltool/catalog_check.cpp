@@ -5,7 +5,6 @@
 
 #include "veltool/catalog.h"
 #include "veltool/message_format.h"
-#include "veltool/tool.h"
 #include "veltool/utf8.h"
 
 namespace vel::tool {
@@ -166,14 +165,6 @@ ExitStatus check(const CatalogSets& reference, const std::string& name, const Co
     return errors.empty() && !findings.has_found() ? kDone : kFinding;
 }
 
-CatalogSets read_reference(const std::string& name, const CodeSet* code_set) {
-    CatalogSets reference;
-    SourceErrors errors;
-    take_catalog_input(name, code_set, reference, errors);
-    if (!errors.empty()) throw Failure(errors.front());
-    return reference;
-}
-
 ExitStatus run(const CommandLine& line) {
     const std::vector<std::string>& names = line.operands();
     if (names.size() < 2) throw UsageError("check takes a reference and a translation or more");
@@ -186,7 +177,10 @@ ExitStatus run(const CommandLine& line) {
         for (const std::string& name : words_of(line.value(option)))
             shown_in.push_back(std::make_unique<CodeSet>(name));
     }
-    const CatalogSets reference = read_reference(names[0], sources);
+    CatalogSets reference;
+    SourceErrors errors;
+    take_catalog_input(names[0], sources, reference, errors);
+    if (complain(errors) != kDone) return kFinding;
     ExitStatus status = kDone;
     for (size_t i = 1; i < names.size(); ++i) {
         const auto step = [&] { return check(reference, names[i], sources, shown_in); };

@@ -1,9 +1,7 @@
-#include <iostream>
 #include <optional>
 
 #include "veltool/catalog.h"
 #include "veltool/files.h"
-#include "veltool/tool.h"
 
 namespace vel::tool {
 
@@ -31,8 +29,7 @@ ExitStatus run(const CommandLine& line) {
     SourceErrors errors;
     for (const std::string& input : line.operands())
         take_catalog_input(input, code_set ? &*code_set : nullptr, sets, errors);
-    for (const std::string& error : errors) std::cerr << error << '\n';
-    if (!errors.empty()) return kFinding;
+    if (complain(errors) != kDone) return kFinding;
     write_file(line.value("output"), lay_out_catalog(sets));
     return kDone;
 }

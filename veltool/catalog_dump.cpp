@@ -1,6 +1,5 @@
 #include "veltool/catalog.h"
 #include "veltool/files.h"
-#include "veltool/tool.h"
 
 namespace vel::tool {
 

@@ -1,10 +1,9 @@
 // Catalog files: written as the library reads them, and read by the library.
+#include <algorithm>
 #include <memory>
 
 #include "i18n/catalog.h"
 #include "veltool/catalog.h"
-#include "veltool/files.h"
-#include "veltool/tool.h"
 
 namespace vel::tool {
 

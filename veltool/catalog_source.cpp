@@ -1,12 +1,12 @@
 // The source text of catalogs, as X/Open has it for gencat, both ways.
 #include <algorithm>
 #include <charconv>
+#include <iostream>
 #include <optional>
 
 #include "i18n/catalog.h"
 #include "veltool/catalog.h"
 #include "veltool/files.h"
-#include "veltool/tool.h"
 #include "veltool/utf8.h"
 
 namespace vel::tool {
@@ -209,7 +209,9 @@ class SourceParser {
             if (field.size() < 2 || field[0] != '\\' || !is_octal(field[1])) break;
             field.remove_prefix(1);
         }
+        const size_t line = line_;
         if (code_set_ != nullptr) bytes = decode(bytes);
+        line_ = line;
         if (bytes.find('\0') != bytes.npos) return wrong("a zero, which ends a text").has_value();
         text += bytes;
         return true;
@@ -289,6 +291,11 @@ std::string quoted(std::string_view text) {
 }
 
 }  // namespace
+
+ExitStatus complain(const SourceErrors& errors) {
+    for (const std::string& error : errors) std::cerr << error << '\n';
+    return errors.empty() ? kDone : kFinding;
+}
 
 void take_catalog_source(std::string_view source, const std::string& name, const CodeSet* code_set,
                          CatalogSets& sets, SourceErrors& errors) {

@@ -5,9 +5,9 @@ import pathlib
 import resource
 import struct
 import subprocess
-import sys
-import tempfile
 import unittest
+
+from veltool_case import CODESETS, VELTOOL, VeltoolCase, run
 
 ASCII = "".join(f"0x{byte:02X} 0x{byte:04X}\n" for byte in range(0x80))
 EBCDIC = "".join(f"0x{byte:02X} 0x{ord(bytes([byte]).decode('cp037')):04X}\n" for byte in range(256))
@@ -17,33 +17,15 @@ PEERS = {"437": "cp437", "850": "cp850", "869": "cp869", "874": "cp874", "1250":
          "KOI8U": "koi8-u", "037": "cp037", "500": "cp500", "949": "cp949", "GB2312": "gb2312"}
 
 
-def run(*words, text="", env=None, **how):
-    done = subprocess.run([VELTOOL, *map(str, words)], input=text, capture_output=True, text=True, timeout=120,
-                          check=False, env={**os.environ, **(env or {})}, **how)
-    return done.returncode, done.stdout, done.stderr
-
-
 def mapping_lines(text):
     return [line for line in text.splitlines() if not line.startswith("#")]
 
 
-class VeltoolTest(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.here = pathlib.Path(scratch.name)
-
+class VeltoolTest(VeltoolCase):
     def compile(self, text, *options, name="T"):
         status, shown, said = run("codeset", "compile", "-m", "-", "-o", self.here / name, *options, text=text)
         self.assertEqual((status, said), (0, ""))
         return shown
-
-    def check(self, status, message, *words, **how):
-        with self.subTest(words=[str(word)[-60:] for word in words], message=message):
-            done = run(*words, **how)
-            self.assertEqual(done[0], status, done)
-            self.assertIn(message, done[2])
-            return done[1]
 
     def test_usage_and_help(self):
         for words, message in [
@@ -245,6 +227,4 @@ class VeltoolTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    VELTOOL = os.path.abspath(sys.argv.pop(1))
-    CODESETS = pathlib.Path(sys.argv.pop(1)).absolute()
     unittest.main()
