@@ -107,7 +107,7 @@ static int32_t cacheIndex(const Catalog* catalog) {
 static int32_t grow_cache() {
     int32_t count = kFirstEntries;
     if (cache.cachedCats > 0 && __builtin_mul_overflow(cache.cachedCats, 2, &count)) return -1;
-    void* grown = realloc(cache.catCache, static_cast<size_t>(count) * sizeof(CacheEntry*));
+    void* grown = realloc(cache.catCache, static_cast<size_t>(count) * sizeof *cache.catCache);
     if (grown == nullptr) return -1;
     cache.catCache = static_cast<CacheEntry**>(grown);
     std::fill(cache.catCache + cache.cachedCats, cache.catCache + count, nullptr);

@@ -152,6 +152,7 @@ class SourceParser {
     }
 
     void put_message(int32_t number, const std::string& text) {
+        if (text.find('\0') != text.npos) return fail("a zero, which ends a text");
         if (const size_t end = utf8_end(text); end < text.size())
             fail("not UTF-8, at byte " + std::to_string(end + 1) + " of the text");
         const auto [entry, is_new] = lines_.try_emplace({set_, number}, line_);
@@ -212,7 +213,6 @@ class SourceParser {
         const size_t line = line_;
         if (code_set_ != nullptr) bytes = decode(bytes);
         line_ = line;
-        if (bytes.find('\0') != bytes.npos) return wrong("a zero, which ends a text").has_value();
         text += bytes;
         return true;
     }
