@@ -75,8 +75,8 @@ inline void hton_MCMsgTDisk(MCMsgTDisk& message) { ntoh_MCMsgTDisk(message); }
 struct Message {
     int64_t message_id;
     const char* text;    // UTF-8
-    char* default_text;  // in the code set that was the default when the set was loaded
-    char* converted;     // for other code sets
+    char* default_text;  // in the set's default code set; null until it is asked for
+    char* converted;     // in other code sets; null until it is asked for
     int64_t text_offset;
     int64_t invalid;
 };
@@ -91,9 +91,13 @@ struct MessageSet {
     int64_t data_offset;
     int64_t data_length;
     int64_t message_count;
-    Message* messages;  // the set's one block: the messages, their texts, and the places for
-                        // conversions; null until it is loaded
     LoadState state;
+    Message* messages;    // the set's one block: the messages, their texts, and two areas for
+                          // conversions; null until it is loaded
+    char* areas;          // the first of the two
+    int64_t area_size;    // of each
+    int64_t area_used;    // of each: messages get their places when they are first converted
+    uc_ch_t* default_cs;  // the default when the set was loaded
 };
 
 struct Catalog {
@@ -114,6 +118,11 @@ int loadSet(const Catalog& catalog, MessageSet& set);
 
 // Frees a catalog, whose handle leads nowhere then.
 void real_catclose(Catalog* catalog);
+
+// Converts a text into the code set that was the default, or into another one; the message has its
+// places then.
+const char* convert_default(MessageSet& set, Message& message);
+const char* convert_text(MessageSet& set, Message& message, uc_ch_t* cs);
 
 // A set, loaded, and a message; null: there is none.
 MessageSet* MCGetSet(Catalog* catalog, int32_t number);

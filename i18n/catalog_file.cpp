@@ -1,11 +1,13 @@
 // Reading a catalog file: its directory when it is opened, a set's texts when they are first used.
 #include <stdlib.h>
 #include <string.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "i18n/catalog.h"
 
@@ -43,10 +45,18 @@ static bool is_catalog(const MCHeaderT& header) {
 }
 
 static MessageSet not_loaded(const MCSetTDisk& record) {
-    return {record.set_id,          record.next_set_offset,
-            record.messages_offset, record.data_offset,
-            record.data_length,     record.message_count,
-            /*messages=*/nullptr,   kNotLoaded};
+    return {.set_id = record.set_id,
+            .next_set_offset = record.next_set_offset,
+            .messages_offset = record.messages_offset,
+            .data_offset = record.data_offset,
+            .data_length = record.data_length,
+            .message_count = record.message_count,
+            .state = kNotLoaded,
+            .messages = nullptr,
+            .areas = nullptr,
+            .area_size = 0,
+            .area_used = 0,
+            .default_cs = nullptr};
 }
 
 static bool read_directory(Catalog& catalog) {
@@ -84,7 +94,10 @@ Catalog* read_catalog(const char* path, uint32_t flags) {
 
 void real_catclose(Catalog* catalog) {
     retire_handle(*catalog);
-    for (int32_t i = 0; i < catalog->set_count; ++i) free(catalog->sets[i].messages);
+    for (int32_t i = 0; i < catalog->set_count; ++i) {
+        free(catalog->sets[i].messages);
+        mab_cs_free(catalog->sets[i].default_cs);
+    }
     free(catalog->sets);
     delete catalog;
 }
@@ -110,31 +123,52 @@ static bool lies_inside(const DataFile& file, int64_t offset, int64_t length) {
     return offset >= 0 && length >= 0 && offset + length <= file.status().st_size;
 }
 
-static bool read_whole(const DataFile& file, int64_t offset, void* out, int64_t length) {
-    return pread(file.descriptor(), out, static_cast<size_t>(length), offset) == length;
-}
-
-// Where the texts of a set go: as they are, in the default code set, in any other.
-struct TextAreas {
-    const char* data;
-    int64_t data_length;
-    char* defaults;
-    char* conversions;
-    int64_t size;      // of each of the last two
-    int64_t used = 0;  // of each of them
+// A stretch of the file and where it goes.
+struct Stretch {
+    int64_t offset;
+    void* to;
+    int64_t length;
 };
 
-// Puts a message into its places; false: they are not inside.
-static bool place_message(const MCMsgTDisk& record, TextAreas& areas, Message& message) {
-    if (record.text_offset < 0 || record.text_offset >= areas.data_length) return false;
-    const char* text = areas.data + record.text_offset;
-    const int64_t room = 2 * static_cast<int64_t>(strlen(text)) + 1;
-    if (room > areas.size - areas.used) return false;  // texts that overlap may ask for more
-    message = {record.message_id,           text,
-               areas.defaults + areas.used, areas.conversions + areas.used,
-               record.text_offset,          record.invalid};
-    mab_from_utf8(nullptr, text, -1, message.default_text, static_cast<int32_t>(room));
-    areas.used += room;
+static bool read_whole(const DataFile& file, const Stretch& s) {
+    return pread(file.descriptor(), s.to, static_cast<size_t>(s.length), s.offset) == s.length;
+}
+
+// Reads two stretches, at once when one follows the other.
+static bool read_both(const DataFile& file, Stretch first, Stretch second) {
+    if (second.offset < first.offset) std::swap(first, second);
+    if (first.offset + first.length != second.offset)
+        return read_whole(file, first) && read_whole(file, second);
+    const iovec parts[] = {{first.to, static_cast<size_t>(first.length)},
+                           {second.to, static_cast<size_t>(second.length)}};
+    return preadv(file.descriptor(), parts, 2, first.offset) == first.length + second.length;
+}
+
+static int64_t room_of(const Message& message) {
+    return 2 * static_cast<int64_t>(strlen(message.text)) + 1;
+}
+
+// Makes the messages of their records. False: a text begins outside the data, or the places of all
+// would not go into the areas. They do when each text begins behind the zero of the one before, as
+// in any file that was made by a compiler; it is counted where texts overlap.
+static bool take_records(const MCMsgTDisk* records, const char* data, MessageSet& set) {
+    bool apart = true;
+    int64_t previous = -1;
+    for (int64_t i = 0; i < set.message_count; ++i) {
+        MCMsgTDisk record = records[i];
+        ntoh_MCMsgTDisk(record);
+        const int64_t offset = record.text_offset;
+        if (offset < 0 || offset >= set.data_length) return false;
+        apart = apart && offset > previous && (offset == 0 || data[offset - 1] == '\0');
+        previous = offset;
+        set.messages[i] = {record.message_id, data + offset, nullptr,
+                           nullptr,           offset,        record.invalid};
+    }
+    int64_t used = 0;
+    for (int64_t i = 0; !apart && i < set.message_count; ++i) {
+        used += room_of(set.messages[i]);
+        if (used > set.area_size) return false;
+    }
     return true;
 }
 
@@ -150,22 +184,44 @@ int loadSet(const Catalog& catalog, MessageSet& set) {
     const Block<MCMsgTDisk> records = allocate<MCMsgTDisk>(records_size + 1);  // never of 0 bytes
     if (block == nullptr || records == nullptr) return -1;
     char* data = block.get() + messages_size;
-    if (!read_whole(catalog.file, set.data_offset, data, set.data_length) ||
-        !read_whole(catalog.file, set.messages_offset, records.get(), records_size)) {
+    if (!read_both(catalog.file, {set.data_offset, data, set.data_length},
+                   {set.messages_offset, records.get(), records_size})) {
         return 0;
     }
     data[set.data_length] = '\0';
-    TextAreas areas{data, set.data_length, data + data_room, data + 3 * data_room, 2 * data_room};
-    auto* messages = reinterpret_cast<Message*>(block.get());
-    for (int64_t i = 0; i < set.message_count; ++i) {
-        MCMsgTDisk record = records[static_cast<size_t>(i)];
-        ntoh_MCMsgTDisk(record);
-        if (!place_message(record, areas, messages[i])) return 0;
-    }
-    set.messages = messages;
+    MessageSet loaded = set;
+    loaded.messages = reinterpret_cast<Message*>(block.get());
+    loaded.areas = data + data_room;
+    loaded.area_size = 2 * data_room;
+    loaded.state = kLoaded;
+    if (!take_records(records.get(), data, loaded)) return 0;
+    loaded.default_cs = mab_dup_handle(nullptr);
+    if (loaded.default_cs == nullptr) return -1;
+    set = loaded;
     block.release();
-    set.state = kLoaded;
     return 1;
+}
+
+// Gives a message its places in the areas. They were counted when the set was loaded.
+static void place(MessageSet& set, Message& message, int64_t room) {
+    message.converted = set.areas + set.area_size + set.area_used;
+    set.area_used += room;
+}
+
+const char* convert_text(MessageSet& set, Message& message, uc_ch_t* cs) {
+    const int64_t room = room_of(message);
+    if (message.converted == nullptr) place(set, message, room);
+    mab_from_utf8(cs, message.text, -1, message.converted, static_cast<int32_t>(room));
+    return message.converted;
+}
+
+const char* convert_default(MessageSet& set, Message& message) {
+    const int64_t room = room_of(message);
+    if (message.converted == nullptr) place(set, message, room);
+    message.default_text = message.converted - set.area_size;
+    mab_from_utf8(set.default_cs, message.text, -1, message.default_text,
+                  static_cast<int32_t>(room));
+    return message.default_text;
 }
 
 }  // namespace vel::i18n

@@ -1,6 +1,4 @@
 // Looking texts up. Numbers are dense most often and begin at 1, so that the first look finds them.
-#include <string.h>
-
 #include <algorithm>
 
 #include "i18n/catalog.h"
@@ -68,13 +66,35 @@ Message* MCGetMsg(MessageSet* set, int32_t number) {
 
 using namespace vel::i18n;
 
-const char* mab_catgets(mab_cat_t* catalog, int32_t set, int32_t message, const char* default_text,
-                        uc_ch_t* cs) {
-    const Message* found = MCGetMsg(MCGetSet(catalog_of(catalog), set), message);
+// The text of a message that was found; not inlined, so that the usual case saves no registers.
+[[gnu::noinline]] static const char* text_in(MessageSet& set, Message& message, uc_ch_t* cs) {
+    if (cs == code_sets.utf8_cs) return message.text;
+    return cs == nullptr ? convert_default(set, message) : convert_text(set, message, cs);
+}
+
+[[gnu::noinline]] static const char* search(Catalog& catalog, int32_t set, int32_t message,
+                                            const char* default_text, uc_ch_t* cs) {
+    MessageSet* found_set = MCGetSet(&catalog, set);
+    Message* found = MCGetMsg(found_set, message);
     if (found == nullptr) return default_text;
-    if (cs == nullptr) return found->default_text;
-    if (cs == code_sets.utf8_cs) return found->text;
-    const auto room = static_cast<int32_t>(2 * strlen(found->text) + 1);
-    mab_from_utf8(cs, found->text, -1, found->converted, room);
-    return found->converted;
+    if (cs == nullptr && found->default_text != nullptr) return found->default_text;
+    return text_in(*found_set, *found, cs);
+}
+
+const char* mab_catgets(mab_cat_t* handle, int32_t set, int32_t message, const char* default_text,
+                        uc_ch_t* cs) {
+    Catalog* catalog = catalog_of(handle);
+    if (catalog == nullptr) return default_text;
+    // What the searches would look at first.
+    const int32_t last = catalog->set_count - 1;
+    MessageSet& first_set = catalog->sets[set >= 0 && set <= last ? set : last / 2];
+    const auto place = static_cast<uint64_t>(message) - 1;
+    if (set < 0 || first_set.set_id != set || first_set.state != kLoaded ||
+        place >= static_cast<uint64_t>(first_set.message_count) ||
+        first_set.messages[place].message_id != message) {
+        return search(*catalog, set, message, default_text, cs);
+    }
+    Message& found = first_set.messages[place];
+    if (cs == nullptr && found.default_text != nullptr) return found.default_text;
+    return text_in(first_set, found, cs);
 }
