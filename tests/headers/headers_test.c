@@ -22,6 +22,18 @@ static int convert(void) {
     return mab_cs_free(cs);
 }
 
+static int look_up(void) {
+    char name[6];
+    char* locale = mab_loc_new("pt-br");
+    mab_cat_t* catalog = mab_catopen("none", MAB_CAT_NO_C | MAB_CAT_LC_MESSAGES, locale);
+
+    mab_canonical_lang(locale, name, sizeof name);
+    if (strcmp(name, "pt_BR") != 0) return 1;
+    if (strcmp(mab_catgets(catalog, 1, 1, "default", NULL), "default") != 0) return 2;
+    if (mab_catclose(catalog) != -1) return 3;
+    return mab_loc_free(locale);
+}
+
 static int run(void) {
     const CxPrintfArg arguments[] = {{CX_ARG_TEXT, {.address = "a=b"}}, {CX_ARG_END, {0}}};
     CxStringBuff buff = {0, 0, NULL};
@@ -68,5 +80,6 @@ int main(void) {
         return 6;
     if (convert() != 0) return 7;
     if (run() != 0) return 8;
+    if (look_up() != 0) return 9;
     return vel_guid_terminate();
 }
