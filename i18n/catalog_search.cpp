@@ -42,8 +42,7 @@ static std::string_view before(std::string_view text, char c) {
 }
 static std::string_view behind(std::string_view text, char c) {
     const size_t at = text.find(c);
-    if (at == text.npos) return {};
-    text.remove_prefix(at + 1);
+    text.remove_prefix(at == text.npos ? text.size() : at + 1);
     return text;
 }
 
