@@ -107,6 +107,7 @@ static int32_t cacheIndex(const Catalog* catalog) {
 static int32_t grow_cache() {
     int32_t count = kFirstEntries;
     if (cache.cachedCats > 0 && __builtin_mul_overflow(cache.cachedCats, 2, &count)) return -1;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): it is an array of pointers
     void* grown = realloc(cache.catCache, static_cast<size_t>(count) * sizeof *cache.catCache);
     if (grown == nullptr) return -1;
     cache.catCache = static_cast<CacheEntry**>(grown);
