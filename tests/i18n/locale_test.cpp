@@ -24,12 +24,12 @@ TEST(Locale, HasOneFormOfItsNameAndOneOfItsLanguage) {
 }
 
 TEST(Locale, NamesAreCutToTheirRoom) {
-    char out[40] = "pt-br";
-    mab_canonical_loc(out, out, sizeof out);
+    char out[40] = "-POSIX";
+    mab_canonical_loc(out + 1, out, sizeof out);  // which overlap
     EXPECT_EQ(mab_canonical_lang("fr", out, 0) + mab_canonical_loc("fr", nullptr, 9), 0);
-    EXPECT_STREQ(out, "pt_BR");
+    EXPECT_STREQ(out, "POSIX");
     mab_canonical_lang("fr", out, 4);
-    EXPECT_EQ(std::string(out, 6), std::string("fr_\0R", 6));
+    EXPECT_EQ(std::string(out, 6), std::string("fr_\0X", 6));
     mab_canonical_loc("fr", out, 1);
     EXPECT_STREQ(out, "");
     char* locale = mab_loc_new(std::string(40, 'x').c_str());
