@@ -1,0 +1,34 @@
+// The lock of the whole toolkit, and what a public call is: take it, run the twin, hand back its
+// answer.
+#pragma once
+
+#include <type_traits>
+
+namespace vel::log {
+
+// Takes the lock and gives it back. Not taken: this thread holds it already.
+class ApiLock {
+  public:
+    ApiLock();
+    ~ApiLock();
+    ApiLock(const ApiLock&) = delete;
+    ApiLock& operator=(const ApiLock&) = delete;
+
+    explicit operator bool() const { return held_; }
+
+  private:
+    bool held_;
+};
+
+template <auto Twin, class... Args>
+auto locked(Args... args) {
+    using Result = decltype(Twin(args...));
+    const ApiLock lock;
+    if constexpr (std::is_void_v<Result>) {
+        if (lock) Twin(args...);
+    } else {
+        return lock ? Twin(args...) : Result{};
+    }
+}
+
+}  // namespace vel::log

@@ -1,0 +1,14 @@
+// The toolkit's own classes, in the order of their registration.
+#include "log/classes.h"
+
+namespace vel::log {
+
+std::span<const ClassDefinition* const> builtin_classes() {
+    static constexpr const ClassDefinition* kClasses[] = {
+        &kBasicLoggerClass,   &kLevelFilterClass,    &kConsoleHandlerClass,
+        &kStderrHandlerClass, &kBasicFormatterClass,
+    };
+    return kClasses;
+}
+
+}  // namespace vel::log

@@ -1,0 +1,230 @@
+// Events, and the typed arguments that they are made of.
+#include "log/event.h"
+
+#include <new>
+
+#include "log/toolkit.h"
+#include "runtime/cx_os.h"
+
+namespace vel::log {
+namespace {
+
+constexpr size_t kEventBlock = 2048;  // bytes; room for a usual event with all that it copies
+constexpr int kMaxMarkers = 63;
+
+PmxStringToStringMap* properties_of(PmxEvent* event) {
+    if (event == nullptr) return nullptr;
+    if (event->properties == nullptr) {
+        event->properties = make_chain<PmxStringToStringMap>(&event->arena);
+    }
+    return event->properties;
+}
+
+// Reads the value of a type; false: there is no such type.
+bool read_value(int32_t type, va_list* arguments, PmxParm* value) {
+    value->type = type;
+    switch (type) {
+        case PMX_BOOL:
+            value->value.integer = static_cast<uint8_t>(va_arg(*arguments, int));
+            return true;
+        case PMX_CHAR:
+            value->value.integer = static_cast<char>(va_arg(*arguments, int));
+            return true;
+        case PMX_INT:
+            value->value.integer = va_arg(*arguments, int32_t);
+            return true;
+        case PMX_LONG:
+            value->value.integer = va_arg(*arguments, int64_t);
+            return true;
+        case PMX_FLOAT:
+            value->value.real = static_cast<double>(static_cast<float>(va_arg(*arguments, double)));
+            return true;
+        case PMX_DOUBLE:
+            value->value.real = va_arg(*arguments, double);
+            return true;
+        case PMX_STRING:
+            value->value.text = va_arg(*arguments, char*);
+            return true;
+        default:
+            return false;
+    }
+}
+
+int set_property(PmxStringToStringMap* map, const char* name, const PmxParm& parm) {
+    switch (parm.type) {
+        case PMX_BOOL:
+            return pmxIntlSetMapPropBool(map, name, static_cast<int>(parm.value.integer));
+        case PMX_CHAR:
+            return pmxIntlSetMapPropChar(map, name, static_cast<char>(parm.value.integer));
+        case PMX_FLOAT:
+            return pmxIntlSetMapPropFloat(map, name, static_cast<float>(parm.value.real));
+        case PMX_DOUBLE:
+            return pmxIntlSetMapPropDouble(map, name, parm.value.real);
+        case PMX_STRING:
+            return pmxIntlSetMapProp(map, name, parm.value.text == nullptr ? "" : parm.value.text);
+        default:
+            return pmxIntlSetMapPropLong(map, name, parm.value.integer);
+    }
+}
+
+bool is_level(int32_t marker) {
+    constexpr int32_t kStep = PMX_DEBUG_MAX;  // from one level to the next
+    return marker == PMX_NO_LEVEL || marker == PMX_OFF ||
+           (marker >= PMX_ALL && marker <= PMX_FATAL && marker % kStep == 0);
+}
+
+void read_arguments(PmxEvent* event, va_list* arguments) {
+    for (int markers = 0; markers < kMaxMarkers; ++markers) {
+        int32_t marker = va_arg(*arguments, int32_t);
+        if (marker == PMX_END) return;
+        const bool is_property = marker == PMX_PROPERTY;
+        const char* const name = is_property ? va_arg(*arguments, const char*) : nullptr;
+        if (is_property) marker = va_arg(*arguments, int32_t);
+        PmxParm parm{};
+        if (is_level(marker)) {
+            event->level = marker;
+        } else if (!read_value(marker, arguments, &parm)) {
+            return report(PMX_ERROR, Msg::list_without_markers);
+        } else if (is_property) {
+            set_property(properties_of(event), name, parm);
+        } else {
+            add_parm(event->message, parm);
+        }
+    }
+    report(PMX_ERROR, Msg::list_not_ended);
+}
+
+// The block of the last event serves the next: logging calls for no memory then.
+PmxEvent* make_event() {
+    void* block = std::exchange(toolkit.spare_event, nullptr);
+    if (block == nullptr) block = RakMemoryMalloc(kEventBlock);
+    if (block == nullptr) return nullptr;
+    char* const begin = static_cast<char*>(block) + sizeof(PmxEvent);
+    return new (block) PmxEvent{.arena = Arena(begin, static_cast<char*>(block) + kEventBlock)};
+}
+
+void give_back(PmxEvent* event) {
+    void* const block = event;
+    if (toolkit.open && toolkit.spare_event == nullptr) {
+        toolkit.spare_event = block;
+    } else {
+        RakMemoryFree(block);
+    }
+}
+
+}  // namespace
+}  // namespace vel::log
+
+using namespace vel::log;
+
+PmxEvent* pmxIntlVaAllocEvent(int32_t level, const char* catalog, uint32_t set, uint32_t key,
+                              const char* text, va_list arguments) {
+    PmxEvent* const event = make_event();
+    if (event == nullptr) return nullptr;
+    event->time = CxSystemGetTimestamp();
+    event->level = level;
+    event->is_message = catalog != nullptr;
+    event->message = make_message(&event->arena, catalog, set, key, text);
+    if (event->message == nullptr) {
+        give_back(event);
+        return nullptr;
+    }
+    va_list reading;  // a parameter of that type may be a pointer, which has another address
+    va_copy(reading, arguments);
+    read_arguments(event, &reading);
+    va_end(reading);
+    return event;
+}
+
+void pmxIntlFreeEvent(PmxEvent* event) {
+    if (event == nullptr) return;
+    if (event->arena.has_spilled()) {
+        pmxIntlFreeI18Msg(event->message);
+        StringToStringMap::free(event->properties);
+        event->arena.release(event->message_id);
+    }
+    give_back(event);
+}
+
+int64_t pmxIntlGetEventTime(const PmxEvent* event) { return event == nullptr ? 0 : event->time; }
+
+int32_t pmxIntlGetEventLevel(const PmxEvent* event) { return event == nullptr ? 0 : event->level; }
+
+char* pmxIntlGetEventMessageId(const PmxEvent* event) {
+    return event == nullptr ? nullptr : RakStringDup(event->message_id);
+}
+
+void pmxIntlSetEventMessageId(PmxEvent* event, const char* id) {
+    if (event == nullptr) return;
+    char* const copy = copy_text_in(&event->arena, id);
+    event->arena.release(std::exchange(event->message_id, copy));
+}
+
+const char* pmxIntlGetEventLocale(const PmxEvent* event) {
+    return event == nullptr ? nullptr : event->locale;
+}
+
+void pmxIntlSetEventLocale(PmxEvent* event, const char* locale) {
+    if (event != nullptr) event->locale = locale;
+}
+
+int pmxIntlGetEventIsMessage(const PmxEvent* event) {
+    return event != nullptr && event->is_message != 0;
+}
+
+void pmxIntlSetEventIsMessage(PmxEvent* event, int is_message) {
+    if (event != nullptr) event->is_message = is_message != 0;
+}
+
+// Properties
+
+namespace {
+
+PmxStringToStringMap* read_properties(const PmxEvent* event) {
+    return event == nullptr ? nullptr : event->properties;
+}
+
+}  // namespace
+
+char* pmxIntlGetEventProp(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapProp(read_properties(event), name, found);
+}
+int pmxIntlGetEventPropBool(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapPropBool(read_properties(event), name, found);
+}
+int32_t pmxIntlGetEventPropInt(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapPropInt(read_properties(event), name, found);
+}
+int64_t pmxIntlGetEventPropLong(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapPropLong(read_properties(event), name, found);
+}
+float pmxIntlGetEventPropFloat(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapPropFloat(read_properties(event), name, found);
+}
+double pmxIntlGetEventPropDouble(PmxEvent* event, const char* name, int* found) {
+    return pmxIntlGetMapPropDouble(read_properties(event), name, found);
+}
+int pmxIntlSetEventProp(PmxEvent* event, const char* name, const char* text) {
+    return pmxIntlSetMapProp(properties_of(event), name, text);
+}
+int pmxIntlSetEventPropBool(PmxEvent* event, const char* name, int value) {
+    return pmxIntlSetMapPropBool(properties_of(event), name, value);
+}
+int pmxIntlSetEventPropInt(PmxEvent* event, const char* name, int32_t value) {
+    return pmxIntlSetMapPropInt(properties_of(event), name, value);
+}
+int pmxIntlSetEventPropLong(PmxEvent* event, const char* name, int64_t value) {
+    return pmxIntlSetMapPropLong(properties_of(event), name, value);
+}
+int pmxIntlSetEventPropFloat(PmxEvent* event, const char* name, float value) {
+    return pmxIntlSetMapPropFloat(properties_of(event), name, value);
+}
+int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value) {
+    return pmxIntlSetMapPropDouble(properties_of(event), name, value);
+}
+
+char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder) {
+    if (event == nullptr || binder == nullptr) return nullptr;
+    if (event->locale != nullptr) pmxIntlSetI18MsgLocale(event->message, event->locale);
+    return binder(event->message);
+}

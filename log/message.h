@@ -1,0 +1,92 @@
+// Internationalized messages, their parameters, and the toolkit's own reports.
+#pragma once
+
+#include <concepts>
+#include <cstdarg>
+#include <cstdint>
+
+#include "log/collections.h"
+#include "log/message_table.h"
+#include "log/pmx_classes.h"
+#include "log/pmx_log.h"
+#include "runtime/owned.h"
+
+struct PmxI18Msg {
+    char* catalog;  // null: the text is the message
+    uint32_t set;
+    uint32_t key;
+    char* text;
+    PmxParmList* parms;  // null: none yet
+    const char* locale;  // not owned; null: the environment's
+    vel::log::Arena* arena;
+};
+
+PmxI18Msg* pmxIntlAllocI18Msg(const char* catalog, uint32_t set, uint32_t key, const char* text);
+PmxI18Msg* pmxIntlCopyI18Msg(const PmxI18Msg* message);
+void pmxIntlFreeI18Msg(PmxI18Msg* message);
+int pmxIntlSetI18MsgCat(PmxI18Msg* message, const char* catalog);
+int pmxIntlSetI18MsgSet(PmxI18Msg* message, uint32_t set);
+int pmxIntlSetI18MsgKey(PmxI18Msg* message, uint32_t key);
+int pmxIntlSetI18MsgTxt(PmxI18Msg* message, const char* text);
+int pmxIntlSetI18MsgLocale(PmxI18Msg* message, const char* locale);
+int pmxIntlAddI18MsgParmString(PmxI18Msg* message, const char* value);
+int pmxIntlAddI18MsgParmInt(PmxI18Msg* message, int32_t value);
+int pmxIntlAddI18MsgParmLong(PmxI18Msg* message, int64_t value);
+int pmxIntlAddI18MsgParmFloat(PmxI18Msg* message, float value);
+int pmxIntlAddI18MsgParmDouble(PmxI18Msg* message, double value);
+int pmxIntlAddI18MsgParmChar(PmxI18Msg* message, char value);
+int pmxIntlAddI18MsgParmBool(PmxI18Msg* message, int value);
+
+// text.cpp
+char* pmxIntlAprintf(const char* format, PmxParmList* parameters);
+int pmxIntlPrintText(FILE* stream, const char* text);
+char* pmxIntlStrACat(int32_t count, const char* const* texts, const char* separator);
+char* pmxIntlText1047ToUTF8(const char* text, int32_t length);
+char* pmxIntlText37ToUTF8(const char* text, int32_t length);
+char* pmxIntlTextUTF8To1047(const char* text);
+char* pmxIntlTextUTF8To37(const char* text);
+uc_ch_t* pmxIntlGetCodeSet1047();
+uc_ch_t* pmxIntlGetCodeSet37();
+void pmxIntlReportPlatformErr(uint64_t status);
+void pmxI18InitMab();
+void pmxI18UninitMab();
+
+// Logs a message of the toolkit's own, with the arguments of a logging call.
+void pmxIntlLogVA(int32_t level, uint32_t number, const char* text, ...);
+
+namespace vel::log {
+
+// A message whose memory, and that of its parts, is the arena's; null: plain heap.
+PmxI18Msg* make_message(Arena* arena, const char* catalog, uint32_t set, uint32_t key,
+                        const char* text);
+bool add_parm(PmxI18Msg* message, const PmxParm& parm);
+
+using OwnedMsg = runtime::Owned<PmxI18Msg, pmxIntlFreeI18Msg>;
+
+// The type that goes before an argument of a logging call, and the argument as it is passed.
+constexpr int32_t marker_of(std::same_as<int32_t> auto) { return PMX_INT; }
+constexpr int32_t marker_of(std::same_as<int64_t> auto) { return PMX_LONG; }
+constexpr int32_t marker_of(std::same_as<double> auto) { return PMX_DOUBLE; }
+constexpr int32_t marker_of(std::same_as<char> auto) { return PMX_CHAR; }
+constexpr int32_t marker_of(const char*) { return PMX_STRING; }
+
+// Reports one, two ... parameters by the error logger.
+inline void report(int32_t level, Msg message) {
+    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), PMX_END);
+}
+template <class A>
+void report(int32_t level, Msg message, A a) {
+    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a, PMX_END);
+}
+template <class A, class B>
+void report(int32_t level, Msg message, A a, B b) {
+    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a,
+                 marker_of(b), b, PMX_END);
+}
+template <class A, class B, class C>
+void report(int32_t level, Msg message, A a, B b, C c) {
+    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a,
+                 marker_of(b), b, marker_of(c), c, PMX_END);
+}
+
+}  // namespace vel::log

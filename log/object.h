@@ -1,0 +1,108 @@
+// Objects: loggers, filters, handlers and formatters, each a named instance of a class.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <utility>
+
+#include "log/classes.h"
+#include "log/collections.h"
+#include "log/pmx_classes.h"
+#include "log/pmx_toolkit.h"
+
+struct PmxObject {
+    PmxObjClass* cls;     // null: corrupt, or at its end
+    uint32_t references;  // one of them is the instance table's
+    char* name;
+    std::atomic<int32_t> enabled;
+    std::atomic<int32_t> level;   // of a logger; the threshold of a level filter
+    PmxListenerGroup* listeners;  // of all but formatters; null: none yet
+    PmxObject* formatter;         // of a handler
+    uint32_t state;               // of a handler
+    char* separator;              // of a formatter, as the next two; null: not set
+    char* date_time_format;
+    char* locale;
+    PmxStringToStringMap* properties;  // null: none yet
+    void* vars;                        // of its class
+    bool busy;                         // an event is in it
+    bool end_waits;                    // in the list of objects to be ended
+    PmxObject* next_ending;
+};
+
+int pmxIntlAreObjectsEqual(const PmxObject* a, const PmxObject* b);
+char* pmxIntlGetObjectDesc(PmxObject* object);
+PmxListenerGroupLink* pmxIntlGetListeners(PmxObject* object);
+int pmxIntlSetObjPropBool(PmxObject* object, const char* name, int value);
+int pmxIntlSetObjPropInt(PmxObject* object, const char* name, int32_t value);
+int pmxIntlSetObjPropLong(PmxObject* object, const char* name, int64_t value);
+int pmxIntlSetObjPropFloat(PmxObject* object, const char* name, float value);
+int pmxIntlSetObjPropDouble(PmxObject* object, const char* name, double value);
+
+namespace vel::log {
+
+// A reference to something counted. It is taken on (adopt) or added (share), and given back.
+template <class T, T* (*Acquire)(T*), void (*Release)(T*)>
+class Ref {
+  public:
+    Ref() = default;
+    Ref(Ref&& other) noexcept : pointer_(std::exchange(other.pointer_, nullptr)) {}
+    Ref& operator=(Ref&& other) noexcept {
+        std::swap(pointer_, other.pointer_);
+        return *this;
+    }
+    ~Ref() {
+        if (pointer_ != nullptr) Release(pointer_);
+    }
+
+    static Ref adopt(T* pointer) { return Ref(pointer); }
+    static Ref share(T* pointer) { return Ref(Acquire(pointer)); }
+
+    explicit operator bool() const { return pointer_ != nullptr; }
+    T* operator->() const { return pointer_; }
+    T* get() const { return pointer_; }
+    T* release() { return std::exchange(pointer_, nullptr); }
+
+  private:
+    explicit Ref(T* pointer) : pointer_(pointer) {}
+    T* pointer_ = nullptr;
+};
+using ObjectRef = Ref<PmxObject, pmxIntlAcquireObject, pmxIntlReleaseObject>;
+using CfgRef = Ref<PmxObjCfg, pmxIntlAcquireObjCfg, pmxIntlReleaseObjCfg>;
+
+inline bool is_kind(const PmxObject* object, uint32_t kind) {
+    return object != nullptr && object->cls != nullptr && object->cls->kind == kind;
+}
+
+// The variables of an object; null when there are none or the object is of another class.
+template <class Vars>
+Vars* vars(const PmxObject* object, PmxFreeVarsOp of_class) {
+    if (object == nullptr || object->cls == nullptr || object->cls->life.free_vars != of_class) {
+        return nullptr;
+    }
+    return static_cast<Vars*>(object->vars);
+}
+
+// A property as it is, without a copy; null: there is none.
+inline const char* peek_object_property(const PmxObject* object, const char* name) {
+    return peek_property(object->properties, name);
+}
+
+// What an object is doing with an event. It is entered by one event at a time: what leads back to
+// it is left out.
+class Delivery {
+  public:
+    explicit Delivery(PmxObject* object);
+    ~Delivery();
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    explicit operator bool() const { return object_ != nullptr; }
+
+  private:
+    PmxObject* object_;  // null: it was busy
+};
+
+// Ends every object and forgets them all.
+void end_objects();
+
+}  // namespace vel::log

@@ -1,0 +1,115 @@
+/* pmx_classes.h — for classes: the operations of the toolkit's own, and the calls that operations
+ * may use. The conventions are those of pmx_types.h.
+ *
+ * Everything in this header but the PmxHandler... calls takes no lock and expects it to be held, as
+ * it is while an operation runs.
+ */
+#ifndef PMX_CLASSES_H
+#define PMX_CLASSES_H
+
+#include "pmx_types.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Handlers and their formatters ---------------------------------------------------------- */
+
+PmxObject* PmxHandlerGetFormatter(PmxObject* handler);
+void PmxHandlerSetFormatter(PmxObject* handler, PmxObject* formatter);
+
+/* What the formatter makes; null for anything but a handler with a formatter. */
+char* PmxHandlerGetFmtHeader(PmxObject* handler);
+char* PmxHandlerGetFmtTrailer(PmxObject* handler);
+char* PmxHandlerDoFmt(PmxObject* handler, PmxEvent* event);
+
+/* ---- Operations of the toolkit's classes ------------------------------------------------------
+ * An operation of an application's class may call those of the class that it builds on. */
+
+/* Any object: the properties "description...", "logging" and "listenerNames". */
+void PmxBasicObjectFCfgChange(PmxObject* object, const char* property);
+/* Hands the event to each listener; the default Log of loggers and filters. */
+void PmxBasicObjectFLog(PmxObject* object, PmxEvent* event);
+
+/* "pmx_basiclogger": "level", and what any object has. */
+void PmxBasicLoggerFCfgChange(PmxObject* logger, const char* property);
+
+/* "pmx_levelfilter": "level", and what any object has; the defaults of filters. */
+void PmxLevelFilterFCfgChange(PmxObject* filter, const char* property);
+int PmxLevelFilterFIsLoggable(PmxObject* filter, PmxEvent* event);
+/* Logs what is loggable. */
+void PmxBasicFilterFProcess(PmxObject* filter, PmxEvent* event, uint32_t kind);
+
+/* Handlers: "formatterName", and what any object has; the defaults, which do nothing. */
+void PmxBasicHandlerFCfgChange(PmxObject* handler, const char* property);
+void PmxBasicHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxBasicHandlerFOpen(PmxObject* handler);
+void PmxBasicHandlerFClose(PmxObject* handler);
+
+/* "pmx_consolehandler" and "pmx_stderrhandler" */
+void* PmxConsoleHandlerFAllocVars(void);
+void PmxConsoleHandlerFFreeVars(void* vars);
+void PmxConsoleHandlerFOpen(PmxObject* handler);
+void PmxConsoleHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxStderrHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxConsoleHandlerFClose(PmxObject* handler);
+
+/* "pmx_basicformatter": "separator", "dateTimeFormat", "locale", and what any object has; the
+ * defaults of formatters. There is no header and no trailer. */
+void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);
+char* PmxBasicFormatterFFormat(PmxObject* formatter, PmxEvent* event);
+char* PmxBasicFormatterFGetHeader(void);
+char* PmxBasicFormatterFGetTrailer(void);
+/* A time in milliseconds since 1970 as the formatter writes it; the formatter may be null. */
+char* PmxBasicFormatterFormatDate(PmxObject* formatter, int64_t time);
+
+/* ---- Calls for operations: their namesakes Pmx... without the lock --------------------------- */
+
+/* What AllocVars made for the object. */
+void* pmxIntlGetObjVars(const PmxObject* object);
+
+PmxObject* pmxIntlGetObject(const char* name, const char* class_name);
+PmxObject* pmxIntlAcquireObject(PmxObject* object);
+void pmxIntlReleaseObject(PmxObject* object);
+char* pmxIntlGetObjectName(const PmxObject* object);
+int pmxIntlIsObjectEnabled(const PmxObject* object);
+void pmxIntlSetObjectEnabled(PmxObject* object, int enabled);
+char* pmxIntlGetObjProp(PmxObject* object, const char* name, int* found);
+int pmxIntlGetObjPropBool(PmxObject* object, const char* name, int* found);
+int32_t pmxIntlGetObjPropInt(PmxObject* object, const char* name, int* found);
+int64_t pmxIntlGetObjPropLong(PmxObject* object, const char* name, int* found);
+float pmxIntlGetObjPropFloat(PmxObject* object, const char* name, int* found);
+double pmxIntlGetObjPropDouble(PmxObject* object, const char* name, int* found);
+int pmxIntlSetObjProp(PmxObject* object, const char* name, const char* text);
+int pmxIntlAddListener(PmxObject* object, PmxObject* listener);
+int pmxIntlRemListener(PmxObject* object, PmxObject* listener);
+int pmxIntlIsLoggableByFilter(PmxObject* filter, PmxEvent* event);
+
+PmxObject* pmxIntlHandlerGetFormatter(PmxObject* handler);
+void pmxIntlHandlerSetFormatter(PmxObject* handler, PmxObject* formatter);
+char* pmxIntlHandlerGetFmtHeader(PmxObject* handler);
+char* pmxIntlHandlerGetFmtTrailer(PmxObject* handler);
+char* pmxIntlHandlerDoFmt(PmxObject* handler, PmxEvent* event);
+
+int64_t pmxIntlGetEventTime(const PmxEvent* event);
+int32_t pmxIntlGetEventLevel(const PmxEvent* event);
+char* pmxIntlGetEventMessageId(const PmxEvent* event);
+void pmxIntlSetEventMessageId(PmxEvent* event, const char* id);
+const char* pmxIntlGetEventLocale(const PmxEvent* event);
+void pmxIntlSetEventLocale(PmxEvent* event, const char* locale);
+int pmxIntlGetEventIsMessage(const PmxEvent* event);
+char* pmxIntlGetEventProp(PmxEvent* event, const char* name, int* found);
+int pmxIntlGetEventPropBool(PmxEvent* event, const char* name, int* found);
+int32_t pmxIntlGetEventPropInt(PmxEvent* event, const char* name, int* found);
+int64_t pmxIntlGetEventPropLong(PmxEvent* event, const char* name, int* found);
+float pmxIntlGetEventPropFloat(PmxEvent* event, const char* name, int* found);
+double pmxIntlGetEventPropDouble(PmxEvent* event, const char* name, int* found);
+int pmxIntlSetEventProp(PmxEvent* event, const char* name, const char* text);
+char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder);
+char* pmxIntlBindI18Msg(PmxI18Msg* message);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
