@@ -37,12 +37,14 @@ void watch_forks() {
 
 }  // namespace
 
-ApiLock::ApiLock() {
+ApiLock::ApiLock(Held held) {
     watch_forks();
     const int error = pthread_mutex_lock(&api_mutex);
     held_ = error == 0;
     // A class operation has called a public form: the lock is this thread's, so it can be said.
-    if (error == EDEADLK) pmxIntlReportPlatformErr(runtime::failed(error));
+    if (error == EDEADLK && held == kMustNotBeHeld) {
+        pmxIntlReportPlatformErr(runtime::failed(error));
+    }
 }
 
 ApiLock::~ApiLock() {

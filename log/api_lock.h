@@ -9,7 +9,9 @@ namespace vel::log {
 // Takes the lock and gives it back. Not taken: this thread holds it already.
 class ApiLock {
   public:
-    ApiLock();
+    // That the lock is held already is reported, unless that is said to be in order.
+    enum Held { kMustNotBeHeld, kMayBeHeld };
+    explicit ApiLock(Held held = kMustNotBeHeld);
     ~ApiLock();
     ApiLock(const ApiLock&) = delete;
     ApiLock& operator=(const ApiLock&) = delete;

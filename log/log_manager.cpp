@@ -97,7 +97,9 @@ int pmxIntlLogMgrRemCfg(PmxObjCfg* cfg) {
     if (cfg == nullptr || !pmxIntlLogMgrHasCfg(cfg->name)) return 0;
     const CfgRef pin = CfgRef::share(cfg);
     StringToObjCfgMap::rem(toolkit.configurations, cfg->name);
-    const CfgRef parent = CfgRef::adopt(pmxIntlObjCfgGetParent(cfg));
+    const bool own_parent =
+        RakStringCmp(cfg->parent, cfg->name) == 0;  // it would come back by that
+    const CfgRef parent = CfgRef::adopt(own_parent ? nullptr : pmxIntlObjCfgGetParent(cfg));
     pmxIntlObjCfgRemChild(parent.get(), cfg);
     PmxStringGroup* const children = std::exchange(cfg->children, nullptr);
     for (const PmxStringGroupLink* link = StringGroup::begin(children); link != nullptr && parent;

@@ -161,6 +161,7 @@ void end_objects() {
         // Its variables go first, so that its closing finds none; it is held by whoever holds it,
         // but comes to its end now.
         toolkit.ending_one = true;
+        object->end_waits = true;  // it may be its own formatter
         const PmxFreeVarsOp free_vars = object->cls->life.free_vars;
         void* const vars = std::exchange(object->vars, nullptr);
         if (free_vars != nullptr && vars != nullptr) free_vars(vars);

@@ -54,11 +54,11 @@ struct PropsReader {
 };
 
 // What goes wrong is said through the toolkit, under its lock. The log manager has it when it
-// reads; whoever reads a list has not.
+// reads; whoever reads a list need not.
 template <class Say>
 void under_lock(const PropsReader& in, Say say) {
     if (in.list == nullptr) return say();
-    const ApiLock lock;
+    const ApiLock lock(ApiLock::kMayBeHeld);
     say();
 }
 
@@ -371,7 +371,5 @@ int pmxDoReadProps(const char* path, CxPropList* list) {
 }
 
 int CxPropListRead(CxPropList* list, const char* file_name) {
-    if (file_name == nullptr) return 0;
-    // Without a list the file is the log manager's, who is locked then.
-    return list == nullptr ? PmxLogMgrReadProps(file_name) : pmxDoReadProps(file_name, list);
+    return list != nullptr && file_name != nullptr && pmxDoReadProps(file_name, list);
 }

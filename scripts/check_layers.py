@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks who includes whom: layers look down, headers form no cycle, a public header is alone."""
+"""Checks who includes whom: layers look down, headers form no cycle, a public header is alone; and
+that the toolkit does not call its own public forms, whose lock it holds."""
 import pathlib
 import re
 import subprocess
@@ -15,6 +16,7 @@ LAYERS = {
     "veltool": {"guid", "log", "runtime", "i18n"},
 }
 PUBLIC = re.compile(r"(mab|rak|cx_\w+|pmx_?\w*|vel_guid|guid)\.h$")
+LOCK_FREE = {"PmxIsToolkitOpen"}
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 
 
@@ -43,6 +45,18 @@ def cycles(graph):
         yield from walk(node, [])
 
 
+def locked_calls():
+    """The calls that take the toolkit's lock, and where the toolkit itself makes one of them."""
+    public = {path: path.read_text() for path in pathlib.Path("log").glob("api*.cpp")}
+    names = {name for text in public.values() for name in re.findall(r"^\w.*?\b(Pmx\w+)\(", text, re.M)}
+    for path in sorted(pathlib.Path("log").glob("*.*")):
+        if path in public or PUBLIC.match(path.name) or path.suffix not in (".h", ".cpp"):
+            continue
+        code = re.sub(r"//[^\n]*", "", path.read_text())
+        for name in set(re.findall(r"\b(Pmx\w+)\(", code)) & names - LOCK_FREE:
+            yield f"{path}: calls {name}, which takes the lock"
+
+
 def main():
     listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "*.h", "*.cpp"],
                             capture_output=True, text=True).stdout.split()
@@ -64,6 +78,7 @@ def main():
                 problems.append(f"{path}: looks up to {target}")
             elif PUBLIC.match(path.name) and path.suffix == ".h" and target.parts[0] != folder:
                 problems.append(f"{path}: a public header includes {target} of another folder")
+    problems += locked_calls()
     problems += ["headers in a cycle: " + " -> ".join(map(str, way)) for way in cycles(graph)]
     print("\n".join(problems) or f"{seen} files keep the layers")
     return 1 if problems or not seen else 0

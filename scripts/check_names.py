@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
 """Checks that every call a public header declares is defined once in its folder, and is documented
-by a comment or a neighbour above it; and that no source pastes names together."""
+by a comment or a neighbour above it; that no source pastes names together; and that the properties
+which the toolkit's classes know are those of docs/properties.md."""
 import pathlib
 import re
 import sys
 
 HEADERS = {"guid": ["guid.h", "vel_guid.h"], "i18n": ["mab.h"],
+           "log": ["pmx_classes.h", "pmx_collections.h", "pmx_log.h", "pmx_toolkit.h", "pmx_types.h"],
            "runtime": ["cx_os.h", "cx_printf.h", "cx_shmem.h", "cx_stringbuff.h", "cx_text.h", "rak.h"]}
 HIGHER = {"CxPropListRead"}  # declared beside its siblings, defined by the layer above
-DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+ ?\*?(\w+)\(([^;{]*)\);", re.M)
+DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+\*{0,2} (\w+)\(([^;{]*)\);", re.M)
+PROPERTY_TABLE = re.compile(r"\bProperty\w* kProperties\[\] = \{(.*?)\};", re.S)
+NOT_OF_A_CLASS = {"className"}  # read before there is an object
 PASTING = re.compile(r"^\s*#\s*define\b.*##", re.M)
 
 
@@ -19,6 +23,15 @@ def without_comments(text):
 
 def parameters(text):
     return 0 if text.strip() in ("", "void") else text.count(",") + 1
+
+
+def property_problems():
+    known = {key for path in pathlib.Path("log").glob("*.cpp")
+             for table in PROPERTY_TABLE.findall(path.read_text())
+             for key in re.findall(r'\{"(\w+)"', table)} | NOT_OF_A_CLASS
+    told = set(re.findall(r"^\| `(\w+)` \|", pathlib.Path("docs/properties.md").read_text(), re.M))
+    return ([f"docs/properties.md: tells nothing of {key}" for key in sorted(known - told)] +
+            [f"docs/properties.md: no class knows {key}" for key in sorted(told - known)])
 
 
 def main():
@@ -42,6 +55,7 @@ def main():
         for path, source in sources.items():
             if PASTING.search(source):
                 problems.append(f"{path}: a name made by pasting")
+    problems += property_problems()
     print("\n".join(problems) or f"{calls} public calls are defined as declared")
     return 1 if problems or not calls else 0
 

@@ -1,0 +1,143 @@
+#include <cstdlib>
+#include <regex>
+
+#include "log/event.h"
+#include "tests/log/toolkit_fixture.h"
+
+static PmxEvent* make_event(int32_t level, ...) {
+    va_list arguments;
+    va_start(arguments, level);
+    PmxEvent* const event = PmxVaAllocEvent(level, nullptr, 0, 0, "message", arguments);
+    va_end(arguments);
+    event->time = 1'704'204'189'045;  // 2024-01-02 14:03:09.045 UTC
+    return event;
+}
+
+class FormatterTest : public ToolkitTest {
+  protected:
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        setenv("TZ", "UTC", 1);
+        ASSERT_EQ(open(""), 1);
+        formatter = get("f", "pmx_basicformatter");
+    }
+    void TearDown() override {
+        unsetenv("TZ");
+        tzset();
+        ToolkitTest::TearDown();
+    }
+    std::string format(PmxEvent* event) {
+        const std::string record = taken(PmxBasicFormatterFFormat(formatter, event));
+        PmxFreeEvent(event);
+        return record;
+    }
+    PmxObject* formatter = nullptr;
+};
+
+TEST_F(FormatterTest, WritesTheFieldsThatAnEventHas) {
+    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "2024-01-02 14:03:09.045+00:00 message\n");
+    PmxSetObjProp(formatter, "separator", "|");
+    const auto full = [] {
+        return make_event(PMX_INFO, PMX_PROPERTY, "server", PMX_STRING, "s", PMX_PROPERTY, "client",
+                          PMX_STRING, "cl", PMX_PROPERTY, "component", PMX_STRING, "co",
+                          PMX_PROPERTY, "product", PMX_STRING, "p", PMX_PROPERTY, "organization",
+                          PMX_STRING, "", PMX_PROPERTY, "pmx_prop_srcline", PMX_INT, 0,
+                          PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING, "g", PMX_PROPERTY,
+                          "pmx_prop_srcfile", PMX_STRING, "f.c", PMX_END);
+    };
+    EXPECT_EQ(format(full()), "2024-01-02 14:03:09.045+00:00|f.c|g|0||p|co|cl|s|message\n");
+    PmxSetObjProp(formatter, "dateTimeFormat", "%H.%M");
+    EXPECT_EQ(format(full()), "14.03|f.c|g|0||p|co|cl|s|message\n");
+    PmxSetObjProp(formatter, "dateTimeFormat", std::string(500, 'x').c_str());
+    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "|message\n");
+    EXPECT_EQ(taken(PmxBasicFormatterFFormat(formatter, nullptr)) +
+                  taken(PmxBasicFormatterFGetHeader()) + taken(PmxBasicFormatterFGetTrailer()),
+              "---");
+}
+
+TEST_F(FormatterTest, WritesTheZoneOfTheProcess) {
+    const struct {
+        const char *zone, *date;
+    } rows[] = {
+        {"CET-1", "2024-01-02 15:03:09.045+01:00"},
+        {"EST5", "2024-01-02 09:03:09.045-05:00"},
+        {"IST-5:30", "2024-01-02 19:33:09.045+05:30"},
+        {"NST3:30", "2024-01-02 10:33:09.045-03:30"},
+        {"SUM0DST,J1,J300", "2024-01-02 15:03:09.045+01:00"},
+    };
+    for (const auto& row : rows) {
+        setenv("TZ", row.zone, 1);
+        tzset();
+        EXPECT_EQ(taken(PmxBasicFormatterFormatDate(nullptr, 1'704'204'189'045)), row.date);
+    }
+}
+
+TEST_F(FormatterTest, GivesItsLocaleToTheEvent) {
+    PmxSetObjProp(formatter, "locale", "pt-br");
+    PmxEvent* const event = make_event(PMX_INFO, PMX_END);
+    taken(PmxBasicFormatterFFormat(formatter, event));
+    EXPECT_STREQ(PmxGetEventLocale(event), "pt_BR");
+    EXPECT_STREQ(event->message->locale, "pt_BR");
+    PmxFreeEvent(event);
+}
+
+TEST_F(FormatterTest, IsChosenByTheHandler) {
+    PmxObject* const handler = get("h", "test_handler");
+    PmxObject* const usual = get("pmxlog.defaultFormatter");
+    const auto formatter_of = [handler] {
+        PmxObject* const its = PmxHandlerGetFormatter(handler);
+        PmxReleaseObject(its);
+        return its;
+    };
+    EXPECT_EQ(formatter_of(), usual);
+    PmxSetObjProp(handler, "formatterName", "f");
+    EXPECT_EQ(formatter_of(), formatter);
+    PmxHandlerSetFormatter(handler, nullptr);
+    EXPECT_EQ(formatter_of(), nullptr);
+    EXPECT_EQ(PmxHandlerDoFmt(handler, nullptr), nullptr);
+}
+
+TEST_F(FormatterTest, LevelFilterPassesWhatIsAtOrAboveItsThreshold) {
+    PmxObject* const filter = get("filter", "pmx_levelfilter");
+    const auto passes = [filter](int32_t level) {
+        PmxEvent* const event = make_event(level, PMX_END);
+        const int answer = PmxIsLoggableByFilter(filter, event);
+        PmxFreeEvent(event);
+        return answer;
+    };
+    EXPECT_EQ(passes(-5), 1);  // no threshold yet
+    const struct {
+        const char* level;
+        int below, at;
+    } rows[] = {{"warning", 4999, 5000}, {"off", 7000, PMX_NO_LEVEL}, {"12", 11, 12}};
+    for (const auto& row : rows) {
+        PmxSetObjProp(filter, "level", row.level);
+        EXPECT_EQ(passes(row.below) * 2 + passes(row.at), 1) << row.level;
+    }
+    PmxSetObjProp(filter, "level", "verbose");
+    EXPECT_EQ(passes(-5), 1);
+    EXPECT_EQ(PmxIsLoggableByFilter(filter, nullptr), 0);
+}
+
+// The header and trailer of standard error go to standard output.
+TEST_F(FormatterTest, ConsoleHandlersPrintHeaderRecordsAndTrailer) {
+    PmxAddFormatterClass(
+        "framed", nullptr, nullptr, nullptr, nullptr,
+        [](PmxObject*, PmxEvent* event) { return pmxIntlBindEventMsg(event, pmxIntlBindI18Msg); },
+        [] { return RakStringDup("<"); }, [] { return RakStringDup(">"); }, nullptr);
+    PmxObject* const framed = get("framed", "framed");
+    PmxObject* const logger = get("l", "pmx_basiclogger");
+    for (const char* kind : {"pmx_consolehandler", "pmx_stderrhandler"}) {
+        PmxObject* const handler = get(kind, kind);
+        PmxHandlerSetFormatter(handler, framed);
+        PmxAddListener(logger, handler);
+        PmxReleaseObject(handler);
+    }
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    PmxLogText(logger, "1", PMX_END);
+    PmxLogText(logger, "2", PMX_END);
+    PmxReleaseObject(logger);  // and with it the handlers
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "<1<2>>");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "12");
+}

@@ -1,0 +1,81 @@
+// An open toolkit with classes that record what happens to their objects.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "log/pmx.h"
+#include "runtime/owned.h"
+#include "tests/support/scratch_directory.h"
+
+// A text that the caller got; "-" for none.
+inline std::string taken(char* text) {
+    const vel::runtime::OwnedText owned(text);
+    return text == nullptr ? "-" : text;
+}
+
+class ToolkitTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        log.clear();
+        add_classes();
+    }
+    void TearDown() override { PmxCloseToolkit(); }
+
+    // "test_handler" notes the text of an event, and "test_logger" each property that is set.
+    static void add_classes() {
+        PmxAddHandlerClass("test_handler", nullptr, nullptr, nullptr, note_change, note_event,
+                           nullptr, note_close);
+        PmxAddLoggerClass("test_logger", nullptr, alloc_vars, free_vars, note_change, nullptr);
+        PmxAddFilterClass("test_filter", nullptr, nullptr, nullptr, PmxBasicObjectFCfgChange,
+                          nullptr, nullptr, nullptr);
+    }
+
+    int open(const std::string& properties) {
+        return PmxOpenToolkit(directory.write("log.properties", properties).c_str());
+    }
+
+    static PmxObject* get(const char* name, const char* class_name = nullptr) {
+        return PmxGetObject(name, class_name);
+    }
+
+    // A new logger with one recording handler; both end with the toolkit.
+    static PmxObject* recorded_logger() {
+        PmxObject* const logger = get("logger", "pmx_basiclogger");
+        PmxAddListener(logger, get("recorder", "test_handler"));
+        return logger;
+    }
+
+    // What has been recorded since the last call, with blanks between.
+    static std::string recorded() {
+        std::string all;
+        for (const std::string& entry : log) all += (all.empty() ? "" : " ") + entry;
+        log.clear();
+        return all;
+    }
+
+    static inline std::vector<std::string> log;
+    ScratchDirectory directory;
+
+  private:
+    static void* alloc_vars() { return new int(1); }
+    static void free_vars(void* vars) {
+        delete static_cast<int*>(vars);
+        log.emplace_back("freed");
+    }
+    static void note_change(PmxObject* object, const char* property) {
+        log.push_back(std::string(property) + "=" +
+                      taken(pmxIntlGetObjProp(object, property, nullptr)));
+        PmxBasicHandlerFCfgChange(object, property);
+    }
+    static void note_event(PmxObject* handler, PmxEvent* event, uint32_t kind) {
+        log.push_back(taken(pmxIntlGetObjectName(handler)) + std::to_string(kind) + ":" +
+                      taken(pmxIntlBindEventMsg(event, pmxIntlBindI18Msg)));
+        PmxBasicObjectFLog(handler, event);
+    }
+    static void note_close(PmxObject* handler) {
+        log.push_back("close:" + taken(pmxIntlGetObjectName(handler)));
+    }
+};
