@@ -50,8 +50,9 @@ struct EntryLink {
     uint32_t hash;
 };
 
-// A walk from the head on, right also when links are added and removed or the container is freed on
-// the way: whatever comes next is known to the container.
+// A walk from the head on, also while links are added and removed or the container is freed:
+// whatever comes next is known to the container. What is added behind the last link is met unless
+// the walk has come to that already.
 template <class Link>
 class Walk {
   public:
@@ -82,8 +83,7 @@ class Walk {
     }
     static void end_all(Chain<Link>* chain) {
         for (Walk* walk = chain->walks; walk != nullptr; walk = walk->outer_) {
-            walk->next_ = nullptr;
-            walk->chain_ = nullptr;
+            walk->chain_ = nullptr;  // and no link is left
         }
     }
 
@@ -238,9 +238,8 @@ struct Text {
     static uint32_t hash(In text) { return hash_text(text); }
 };
 
-// Counted: the container holds a reference, a caller gets one. Unpin takes one back and ends
-// nothing.
-template <class T, T* (*Acquire)(T*), void (*Release)(T*), void (*Unpin)(T*)>
+// Counted: the container holds a reference, a caller gets one.
+template <class T, T* (*Acquire)(T*), void (*Release)(T*)>
 struct Counted {
     using In = T*;
     using Stored = T*;
@@ -248,13 +247,10 @@ struct Counted {
     static Stored take(Arena*, In element) { return Acquire(element); }
     static void drop(Arena*, Stored element) { Release(element); }
     static Out lend(Stored element) { return Acquire(element); }
-    // The old element goes before the new one comes: it must not stand in for what is its own
-    // last holder. The pin keeps the new one, which may be the same or be held by the old one.
+    // The same reference survives. The new one is in its place, and held, when the old one goes:
+    // its end may look here, or may have been all that held the new one.
     static bool replace(Arena*, Stored& slot, In element) {
-        Acquire(element);
-        Release(slot);
-        slot = Acquire(element);
-        Unpin(element);
+        if (slot != element) Release(std::exchange(slot, Acquire(element)));
         return true;
     }
     static bool same(Stored stored, const T* element) { return stored == element; }

@@ -12,15 +12,12 @@ void pmxIntlReleaseObjCfg(PmxObjCfg* cfg);
 
 namespace vel::log {
 
-void unpin(PmxObject* object);
-void unpin(PmxObjCfg* cfg);
-
 PmxParm* copy_parm(Arena* arena, const PmxParm* parm);
 void free_parm(Arena* arena, PmxParm* parm);
 bool same_parms(const PmxParm* a, const PmxParm* b);
 
-using Object = Counted<PmxObject, pmxIntlAcquireObject, pmxIntlReleaseObject, unpin>;
-using Configuration = Counted<PmxObjCfg, pmxIntlAcquireObjCfg, pmxIntlReleaseObjCfg, unpin>;
+using Object = Counted<PmxObject, pmxIntlAcquireObject, pmxIntlReleaseObject>;
+using Configuration = Counted<PmxObjCfg, pmxIntlAcquireObjCfg, pmxIntlReleaseObjCfg>;
 using ClassRecord = AsStored<PmxObjClass, pmxReturnObjClass, pmxIgnoreObjClass>;
 
 struct Parm {

@@ -28,8 +28,6 @@ auto get_inherited(PmxObjCfg* cfg, const char* name, int* found) {
 
 }  // namespace
 
-void unpin(PmxObjCfg* cfg) { --cfg->references; }
-
 bool record_parent(PmxObjCfg* cfg, const char* parent) {
     if (cfg->parent != nullptr && strcmp(cfg->parent, parent) == 0) return true;
     char* const copy = RakStringDup(parent);

@@ -28,7 +28,7 @@ bool read_value(int32_t type, va_list* arguments, PmxParm* value) {
             value->value.integer = static_cast<uint8_t>(va_arg(*arguments, int));
             return true;
         case PMX_CHAR:
-            value->value.integer = static_cast<char>(va_arg(*arguments, int));
+            value->value.integer = static_cast<int8_t>(va_arg(*arguments, int));
             return true;
         case PMX_INT:
             value->value.integer = va_arg(*arguments, int32_t);
@@ -226,5 +226,6 @@ int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value) {
 char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder) {
     if (event == nullptr || binder == nullptr) return nullptr;
     if (event->locale != nullptr) pmxIntlSetI18MsgLocale(event->message, event->locale);
-    return binder(event->message);
+    // The public form would want the lock that is held here.
+    return binder == PmxBindI18Msg ? pmxIntlBindI18Msg(event->message) : binder(event->message);
 }

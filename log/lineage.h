@@ -13,38 +13,41 @@ class Lineage {
     explicit Lineage(PmxObjCfg* cfg) { enter(pmxIntlAcquireObjCfg(cfg)); }
     ~Lineage() {
         clear_marks();
-        for (PmxObjCfg* const cfg : way_) pmxIntlReleaseObjCfg(cfg);
+        for (const Ancestor& ancestor : way_) pmxIntlReleaseObjCfg(ancestor.cfg);
     }
     Lineage(const Lineage&) = delete;
     Lineage& operator=(const Lineage&) = delete;
 
     // The next one on the way, the configuration itself first; null: the root is reached.
     PmxObjCfg* next() {
-        if (at_ > 0 && at_ == way_.count()) enter(pmxIntlObjCfgGetParent(way_[at_ - 1]));
-        if (at_ < way_.count()) return way_[at_++];
+        if (at_ > 0 && at_ == way_.count()) enter(pmxIntlObjCfgGetParent(way_[at_ - 1].cfg));
+        if (at_ < way_.count()) return way_[at_++].cfg;
         clear_marks();
         return nullptr;
     }
 
     // After the end: back down from the root-most one.
-    PmxObjCfg* previous() { return at_ > 0 ? way_[--at_] : nullptr; }
+    PmxObjCfg* previous() { return at_ > 0 ? way_[--at_].cfg : nullptr; }
 
   private:
     // Marks are there for a climb only: what comes after it may lead to climbs by the same parents.
     void clear_marks() {
-        for (PmxObjCfg* const cfg : way_) cfg->on_the_way = false;
+        for (const Ancestor& ancestor : way_) ancestor.cfg->on_the_way = false;
     }
 
     void enter(PmxObjCfg* cfg) {
         if (cfg == nullptr) return;
-        PmxObjCfg** const place = cfg->on_the_way ? nullptr : way_.add();
+        Ancestor* const place = cfg->on_the_way ? nullptr : way_.add();
         if (place == nullptr) return pmxIntlReleaseObjCfg(cfg);
         cfg->on_the_way = true;
-        *place = cfg;
+        place->cfg = cfg;
     }
 
+    struct Ancestor {
+        PmxObjCfg* cfg = nullptr;
+    };
     static constexpr int32_t kUsualDepth = 16;
-    runtime::GrowingList<PmxObjCfg*, kUsualDepth> way_;
+    runtime::GrowingList<Ancestor, kUsualDepth> way_;
     int32_t at_ = 0;
 };
 

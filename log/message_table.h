@@ -142,7 +142,7 @@ namespace vel::log {
 constexpr size_t kMessageCount = 166;
 constexpr uint32_t kMessageSet = 1;
 
-#define PMX_MESSAGE_NAME(number, name, text) name = number,
+#define PMX_MESSAGE_NAME(number, name, text) name = (number),
 enum class Msg : uint32_t { catalog_name = 0, PMX_MESSAGES(PMX_MESSAGE_NAME) };
 #undef PMX_MESSAGE_NAME
 

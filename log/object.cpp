@@ -140,8 +140,6 @@ const PmxStringToStringMap* properties_of(const PmxObject* object) {
 
 }  // namespace
 
-void unpin(PmxObject* object) { --object->references; }
-
 Delivery::Delivery(PmxObject* object) : object_(object->busy ? nullptr : object) {
     if (object_ == nullptr) return;
     object_->busy = true;

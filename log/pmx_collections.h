@@ -25,9 +25,9 @@ extern "C" {
 /* ---- Maps ----------------------------------------------------------------------------------
  * Values by keys, which are compared byte by byte and copied, in the order in which the keys were
  * first put.
- *  Put       the value takes the place of the key's old one, which is given up first; 0: null, no
- * memory Get       the value of a key, or null: a text as a copy, an object or configuration with a
- *            reference for you
+ *  Put       the value takes the place of the key's old one; 0: null, no memory
+ *  Get       the value of a key, or null: a text as a copy, an object or
+ *            configuration with a reference for you
  *  Copy      a map of the same keys and values in the same order
  *  IterGet.. as Get; the key always as a copy
  */
@@ -135,8 +135,9 @@ PmxListenerGroupLink* PmxListenerGroupIterRem(PmxListenerGroupLink* it);
  *  GetLink   the first link of an equal element, or null
  *  GetIndex  the link at a place, from 0; null: there is none
  *  RemLink   0: the link is none of this list
- *  Sort      by a comparison as for qsort(3), of pointers to elements (char* const*, PmxParm*
- *            const*). Elements change places, links stay. Without memory the list stays as it is
+ *  Sort      by a comparison as for qsort(3), of pointers to elements
+ *            (char* const*, PmxParm* const*), which must not change the list.
+ *            Elements change places, links stay; without memory all stays
  *  IterGet   as a copy
  */
 
@@ -174,12 +175,11 @@ PmxParmListLink* PmxParmListIterNext(const PmxParmListLink* it);
 PmxParmListLink* PmxParmListIterRem(PmxParmListLink* it);
 
 /* ---- Properties as typed values ------------------------------------------------------------
- * Setting puts a text: "true" for a bool whose low byte is 1, else "false"; the byte; decimal
- * digits;
- * "%f" of a number. Reading takes what is at the start of a text: "true" and "false" in any case,
- * and nothing else; the first byte; a decimal number, after white space. A number that does not fit
- * its type is the nearest that does. 0 with found 0: there is no such property, or it does not read
- * so. */
+ * Setting puts a text: "true" for a bool whose low byte is 1, else "false"; the byte of a char;
+ * the decimal digits of an integer; a real number as "%f" prints it in the "C" locale. Reading
+ * takes what is at the start of a text: "true" and "false" in any case, and nothing else; the
+ * first byte; a number as scanf takes it, in the "C" locale. A number that does not fit its type
+ * is the nearest that does. 0 with found 0: there is no such property, or it does not read so. */
 
 int PmxSetMapProp(PmxStringToStringMap* map, const char* key, const char* text);
 int PmxSetMapPropBool(PmxStringToStringMap* map, const char* key, int value);

@@ -124,7 +124,9 @@ int PmxSetEventPropLong(PmxEvent* event, const char* name, int64_t value);
 int PmxSetEventPropFloat(PmxEvent* event, const char* name, float value);
 int PmxSetEventPropDouble(PmxEvent* event, const char* name, double value);
 
-/* The event's message as text by a binder, in the event's locale when it has one. */
+/* The event's message as text by a binder (as PmxBindI18Msg), in the event's locale when it has
+ * one.
+ */
 char* PmxBindEventMsg(PmxEvent* event, PmxBindMsgOp binder);
 
 /* ---- Internationalized messages ------------------------------------------------------------ */

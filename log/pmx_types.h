@@ -1,9 +1,9 @@
 /* pmx_types.h — the types of the logging toolkit, its numbers, and what a class can do.
  *
  * Conventions of every pmx_ header
- *  1. One lock guards the whole toolkit. Calls take it, unless it is said that they do not; one
- * that cannot (the thread holds it already: it is running an operation of a class) does nothing and
- *     answers 0 or null. Operations of classes use the pmxIntl calls of pmx_classes.h instead. A
+ *  1. One lock guards the whole toolkit. Calls take it, unless it is said that they do not. A
+ *     call that cannot, as its thread holds it already, does nothing and answers 0 or null: that
+ *     is so in an operation of a class, which uses the pmxIntl calls of pmx_classes.h instead. A
  *     child of fork(2) can go on logging.
  *  2. Texts are zero-terminated UTF-8. A text that a call takes is copied; one that it returns is
  *     yours: RakMemoryFree it.

@@ -74,7 +74,9 @@ int pmxIntlOpenToolkit(const char* path) {
 
 void pmxIntlCloseToolkit() {
     close_log_manager();
-    if (PmxObject* const logger = std::exchange(toolkit.error_logger, nullptr)) unpin(logger);
+    // Its end comes with that of the others.
+    if (PmxObject* const logger = std::exchange(toolkit.error_logger, nullptr))
+        --logger->references;
     end_objects();
     free_classes();
     pmxI18UninitMab();

@@ -193,6 +193,7 @@ TEST(Allocation, WhatFailsChangesNothing) {
             done = act(map, list);
             rak_fail_after(0);
             EXPECT_TRUE(done ? n > 1 : seen(map) + seen(list) == before) << &act - rows;
+            EXPECT_EQ(PmxSetMapPropInt(map, "more", n), 1);  // with the index that failed
             PmxFreeStringToStringMap(map), PmxFreeStringList(list);
             EXPECT_EQ(rak_live_blocks(), blocks) << &act - rows << " leaks at " << n;
         }
