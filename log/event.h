@@ -25,11 +25,6 @@ PmxEvent* pmxIntlVaAllocEvent(int32_t level, const char* catalog, uint32_t set, 
                               const char* text, va_list arguments);
 void pmxIntlFreeEvent(PmxEvent* event);
 void pmxIntlSetEventIsMessage(PmxEvent* event, int is_message);
-int pmxIntlSetEventPropBool(PmxEvent* event, const char* name, int value);
-int pmxIntlSetEventPropInt(PmxEvent* event, const char* name, int32_t value);
-int pmxIntlSetEventPropLong(PmxEvent* event, const char* name, int64_t value);
-int pmxIntlSetEventPropFloat(PmxEvent* event, const char* name, float value);
-int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value);
 
 namespace vel::log {
 

@@ -39,7 +39,6 @@ int pmxIntlAddI18MsgParmBool(PmxI18Msg* message, int value);
 
 // text.cpp
 char* pmxIntlAprintf(const char* format, PmxParmList* parameters);
-int pmxIntlPrintText(FILE* stream, const char* text);
 char* pmxIntlStrACat(int32_t count, const char* const* texts, const char* separator);
 char* pmxIntlText1047ToUTF8(const char* text, int32_t length);
 char* pmxIntlText37ToUTF8(const char* text, int32_t length);
@@ -47,7 +46,6 @@ char* pmxIntlTextUTF8To1047(const char* text);
 char* pmxIntlTextUTF8To37(const char* text);
 uc_ch_t* pmxIntlGetCodeSet1047();
 uc_ch_t* pmxIntlGetCodeSet37();
-void pmxIntlReportPlatformErr(uint64_t status);
 void pmxI18InitMab();
 void pmxI18UninitMab();
 

@@ -32,11 +32,6 @@ struct PmxObject {
 int pmxIntlAreObjectsEqual(const PmxObject* a, const PmxObject* b);
 char* pmxIntlGetObjectDesc(PmxObject* object);
 PmxListenerGroupLink* pmxIntlGetListeners(PmxObject* object);
-int pmxIntlSetObjPropBool(PmxObject* object, const char* name, int value);
-int pmxIntlSetObjPropInt(PmxObject* object, const char* name, int32_t value);
-int pmxIntlSetObjPropLong(PmxObject* object, const char* name, int64_t value);
-int pmxIntlSetObjPropFloat(PmxObject* object, const char* name, float value);
-int pmxIntlSetObjPropDouble(PmxObject* object, const char* name, double value);
 
 namespace vel::log {
 

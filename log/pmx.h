@@ -1,4 +1,4 @@
-/* pmx.h — the logging toolkit: everything that an application links against. */
+/* pmx.h — the logging toolkit, all of it. Texts that it returns go to RakMemoryFree of rak.h. */
 #ifndef PMX_H
 #define PMX_H
 

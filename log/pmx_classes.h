@@ -7,6 +7,8 @@
 #ifndef PMX_CLASSES_H
 #define PMX_CLASSES_H
 
+#include <stdio.h>
+
 #include "pmx_types.h"
 
 #ifdef __cplusplus
@@ -63,7 +65,9 @@ char* PmxBasicFormatterFGetTrailer(void);
 /* A time in milliseconds since 1970 as the formatter writes it; the formatter may be null. */
 char* PmxBasicFormatterFormatDate(PmxObject* formatter, int64_t time);
 
-/* ---- Calls for operations: their namesakes Pmx... without the lock --------------------------- */
+/* ---- Calls for operations: their namesakes Pmx... without the lock ---------------------------
+ * Of the other calls an operation has no need; what it wants to report it logs by
+ * pmxIntlReportPlatformErr, or prints. */
 
 /* What AllocVars made for the object. */
 void* pmxIntlGetObjVars(const PmxObject* object);
@@ -81,6 +85,11 @@ int64_t pmxIntlGetObjPropLong(PmxObject* object, const char* name, int* found);
 float pmxIntlGetObjPropFloat(PmxObject* object, const char* name, int* found);
 double pmxIntlGetObjPropDouble(PmxObject* object, const char* name, int* found);
 int pmxIntlSetObjProp(PmxObject* object, const char* name, const char* text);
+int pmxIntlSetObjPropBool(PmxObject* object, const char* name, int value);
+int pmxIntlSetObjPropInt(PmxObject* object, const char* name, int32_t value);
+int pmxIntlSetObjPropLong(PmxObject* object, const char* name, int64_t value);
+int pmxIntlSetObjPropFloat(PmxObject* object, const char* name, float value);
+int pmxIntlSetObjPropDouble(PmxObject* object, const char* name, double value);
 int pmxIntlAddListener(PmxObject* object, PmxObject* listener);
 int pmxIntlRemListener(PmxObject* object, PmxObject* listener);
 int pmxIntlIsLoggableByFilter(PmxObject* filter, PmxEvent* event);
@@ -105,8 +114,16 @@ int64_t pmxIntlGetEventPropLong(PmxEvent* event, const char* name, int* found);
 float pmxIntlGetEventPropFloat(PmxEvent* event, const char* name, int* found);
 double pmxIntlGetEventPropDouble(PmxEvent* event, const char* name, int* found);
 int pmxIntlSetEventProp(PmxEvent* event, const char* name, const char* text);
+int pmxIntlSetEventPropBool(PmxEvent* event, const char* name, int value);
+int pmxIntlSetEventPropInt(PmxEvent* event, const char* name, int32_t value);
+int pmxIntlSetEventPropLong(PmxEvent* event, const char* name, int64_t value);
+int pmxIntlSetEventPropFloat(PmxEvent* event, const char* name, float value);
+int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value);
 char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder);
 char* pmxIntlBindI18Msg(PmxI18Msg* message);
+
+int pmxIntlPrintText(FILE* stream, const char* text);
+void pmxIntlReportPlatformErr(uint64_t status);
 
 #ifdef __cplusplus
 }

@@ -54,7 +54,7 @@ void PmxLogWarnVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t
 void PmxLogInfoVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                   const char* text, va_list arguments);
 
-/* Of no level. */
+/* Of no level. Text is a format, too. */
 void PmxLogMsg(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key, const char* text,
                ...);
 void PmxLogMsgVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
@@ -62,9 +62,9 @@ void PmxLogMsgVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t 
 void PmxLogText(PmxObject* logger, const char* text, ...);
 void PmxLogTextVA(PmxObject* logger, const char* text, va_list arguments);
 
-/* Text with its place in the source: __FILE__, __func__, __LINE__. They become the properties
- * "pmx_prop_srcfile", "pmx_prop_srcline" (with a file) and "pmx_prop_srcfunction"; a null file or
- * function is left out. */
+/* Text, a format for the parameters, with its place in the source: __FILE__, __func__, __LINE__.
+ * They become the properties "pmx_prop_srcfile", "pmx_prop_srcline" (with a file) and
+ * "pmx_prop_srcfunction"; a null file or function is left out. */
 void PmxLogDebugMax(PmxObject* logger, const char* file, const char* function, int32_t line,
                     const char* text, ...);
 void PmxLogDebugMid(PmxObject* logger, const char* file, const char* function, int32_t line,

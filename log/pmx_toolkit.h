@@ -69,6 +69,7 @@ char* PmxGetObjectName(const PmxObject* object);
 /* The description of the object's class, or null. */
 char* PmxGetObjectDesc(PmxObject* object);
 
+/* Whether they are one and the same; two nulls are. */
 int PmxAreObjectsEqual(const PmxObject* a, const PmxObject* b);
 
 /* A disabled logger or handler takes no events, a disabled filter lets none through. */

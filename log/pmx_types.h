@@ -3,8 +3,8 @@
  * Conventions of every pmx_ header
  *  1. One lock guards the whole toolkit. Calls take it, unless it is said that they do not. A
  *     call that cannot, as its thread holds it already, does nothing and answers 0 or null: that
- *     is so in an operation of a class, which uses the pmxIntl calls of pmx_classes.h instead. A
- *     child of fork(2) can go on logging.
+ *     is so in an operation of a class, which uses the pmxIntl calls of pmx_classes.h instead,
+ *     and it is reported. A child of fork(2) can go on logging.
  *  2. Texts are zero-terminated UTF-8. A text that a call takes is copied; one that it returns is
  *     yours: RakMemoryFree it.
  *  3. An object or configuration that a call returns carries a reference for you: release it.
@@ -78,7 +78,8 @@ typedef struct PmxParm {
     } value;
 } PmxParm;
 
-/* The operations of a class. They run with the toolkit's lock held. */
+/* The operations of a class. They run with the toolkit's lock held, and must not let an exception
+ * out. */
 
 /* Makes what each object of the class carries (pmxIntlGetObjVars), and frees it. */
 typedef void* (*PmxAllocVarsOp)(void);
@@ -87,7 +88,9 @@ typedef void (*PmxFreeVarsOp)(void* vars);
 /* A property of the object was set. */
 typedef void (*PmxCfgChangeOp)(PmxObject* object, const char* property);
 
-/* Filters and handlers: an event has reached the object; kind is PMX_FILTER or PMX_HANDLER. */
+/* Filters and handlers: an event has reached the object; kind is PMX_FILTER or PMX_HANDLER. Whether
+ * the object is enabled is for the operation to look at, and it is a handler's own business to open
+ * itself and to hand the event on to its listeners (PmxBasicObjectFLog). */
 typedef void (*PmxProcessOp)(PmxObject* object, PmxEvent* event, uint32_t kind);
 
 /* Filters: whether the event goes on. */
@@ -96,7 +99,9 @@ typedef int (*PmxIsLoggableOp)(PmxObject* filter, PmxEvent* event);
 /* Loggers and filters: hands an event to the object's listeners. */
 typedef void (*PmxLogOp)(PmxObject* object, PmxEvent* event);
 
-/* Handlers: begins and ends output. Ending may come before or after FreeVars. */
+/* Handlers: begins and ends output. The toolkit itself opens no handler. It closes one when the
+ * object ends: after the last release before FreeVars, but when the toolkit is closed after it,
+ * with no variables left; so what must not be lost is to be put out by either. */
 typedef void (*PmxOpenOp)(PmxObject* handler);
 typedef void (*PmxCloseOp)(PmxObject* handler);
 

@@ -13,6 +13,7 @@ HIGHER = {"CxPropListRead"}  # declared beside its siblings, defined by the laye
 DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+\*{0,2} (\w+)\(([^;{]*)\);", re.M)
 PROPERTY_TABLE = re.compile(r"\bProperty\w* kProperties\[\] = \{(.*?)\};", re.S)
 NOT_OF_A_CLASS = {"className"}  # read before there is an object
+DEFINITION = re.compile(r"^[\w:*& ]+\b(\w+)\(([^;{]*)\)\s*\{", re.M)
 PASTING = re.compile(r"^\s*#\s*define\b.*##", re.M)
 
 
@@ -39,15 +40,17 @@ def main():
     for folder, headers in HEADERS.items():
         sources = {path: without_comments(path.read_text())
                    for path in sorted(pathlib.Path(folder).glob("*.cpp"))}
+        definitions = {}
+        for path, source in sources.items():
+            for name, taken in DEFINITION.findall(source):
+                definitions.setdefault(name, []).append((path, taken))
         for header in headers:
             text = without_comments(pathlib.Path(folder, header).read_text())
             for name, declared in DECLARATION.findall(text):
                 if name in HIGHER:
                     continue
                 calls += 1
-                definition = re.compile(rf"^[\w:*& ]+\b{name}\(([^;{{]*)\)\s*\{{", re.M)
-                found = [(path, match) for path, source in sources.items()
-                         for match in definition.findall(source)]
+                found = definitions.get(name, [])
                 if len(found) != 1:
                     problems.append(f"{folder}/{header}: {name} is defined {len(found)} times")
                 elif parameters(found[0][1]) != parameters(declared):

@@ -5,6 +5,7 @@
 #include "guid/guid.h"
 #include "guid/vel_guid.h"
 #include "i18n/mab.h"
+#include "log/pmx.h"
 #include "runtime/cx_os.h"
 #include "runtime/cx_printf.h"
 #include "runtime/cx_shmem.h"
@@ -57,6 +58,124 @@ static int run(void) {
     return CxMutexLock(NULL) == CX_SUCCESS;
 }
 
+/* Null in every place of every call of the toolkit: nothing happens, and the answer is 0 or null.
+ * Each function below tells whether there was another answer. */
+#define MAP(Map)                                                                                   \
+    (Pmx##Map##Put(0, 0, 0) || Pmx##Map##Get(0, 0) || Pmx##Map##HasKey(0, 0) || PmxCopy##Map(0) || \
+     Pmx##Map##Iterator(0) || Pmx##Map##IterHasNext(0) || Pmx##Map##IterGetKey(0) ||               \
+     Pmx##Map##IterGetVal(0) || Pmx##Map##IterNext(0) ||                                           \
+     (Pmx##Map##Rem(0, 0), PmxFree##Map(0), 0))
+#define CHAIN(Chain, Add)                                                               \
+    (Pmx##Chain##Iterator(0) || Pmx##Chain##IterHasNext(0) || Pmx##Chain##IterGet(0) || \
+     Pmx##Chain##IterNext(0) || Pmx##Chain##IterRem(0) || Pmx##Chain##GetLink(0, 0) ||  \
+     Pmx##Chain##Add(0, 0) || (PmxFree##Chain(0), 0))
+#define LIST(List)                                                                   \
+    (CHAIN(List, Append) || Pmx##List##GetIndex(0, 0) || Pmx##List##RemLink(0, 0) || \
+     PmxCopy##List(0) || (PmxSort##List(0, 0), 0))
+#define TYPED(of)                                                          \
+    (of##Prop(0, 0, 0) || of##PropBool(0, 0, 0) || of##PropInt(0, 0, 0) || \
+     of##PropLong(0, 0, 0) || of##PropFloat(0, 0, 0) != 0 || of##PropDouble(0, 0, 0) != 0)
+#define LOG(call) (call(0, 0, 0, 0, 0, PMX_END), call##VA(0, 0, 0, 0, 0, arguments))
+
+static int collect_nulls(void) {
+    return MAP(StringToStringMap) || MAP(StringToObjMap) || MAP(StringToObjCfgMap) ||
+           MAP(StringToObjClassMap) || CHAIN(StringGroup, Add) || PmxStringGroupRem(0, 0) ||
+           CHAIN(ListenerGroup, Add) || PmxListenerGroupRem(0, 0) || LIST(StringList) ||
+           LIST(ParmList) || TYPED(PmxGetMap) || TYPED(PmxSetMap) || PmxGetMapPropChar(0, 0, 0) ||
+           PmxSetMapPropChar(0, 0, 'a') || PmxCopyParm(0) || !PmxCmpParms(0, 0) ||
+           PmxStrTokIterator(0, 0).text || PmxStrTokIterHasNext(0, 0) || PmxStrTokIterGet(0, 0) ||
+           PmxStrTokIterNext(0, 0);
+}
+
+static int manage_nulls(void) {
+    PmxAddLoggerClass(0, 0, 0, 0, 0, 0), PmxAddFilterClass(0, 0, 0, 0, 0, 0, 0, 0);
+    PmxAddHandlerClass(0, 0, 0, 0, 0, 0, 0, 0), PmxAddFormatterClass(0, 0, 0, 0, 0, 0, 0, 0, 0);
+    PmxReleaseObject(0), PmxSetObjectEnabled(0, 1), PmxReleaseObjCfg(0);
+    PmxObjCfgSetFromFile(0, 1), PmxObjCfgSetParent(0, 0), PmxHandlerSetFormatter(0, 0);
+    return PmxGetObject(0, 0) || PmxAcquireObject(0) || PmxGetObjectName(0) ||
+           PmxGetObjectDesc(0) || PmxIsObjectEnabled(0) || PmxGetListeners(0) ||
+           PmxAddListener(0, 0) || PmxRemListener(0, 0) || PmxIsLoggableByFilter(0, 0) ||
+           TYPED(PmxGetObj) || TYPED(PmxSetObj) || TYPED(PmxGetObjCfg) || TYPED(PmxSetObjCfg) ||
+           PmxAllocObjCfg(0) || PmxAcquireObjCfg(0) || PmxObjCfgGetName(0) ||
+           PmxObjCfgIsFromFile(0) || PmxObjCfgGetParent(0) || PmxObjCfgAddChild(0, 0) ||
+           PmxObjCfgRemChild(0, 0) || PmxObjCfgChildrenNames(0) || PmxObjCfgProperties(0) ||
+           PmxGetInheritedObjCfgProp(0, 0, 0) || PmxLogMgrHasCfg(0) || PmxLogMgrGetCfg(0) ||
+           PmxLogMgrAddCfg(0) || PmxLogMgrRemCfg(0) || PmxLogMgrUpdateCfg(0) ||
+           PmxLogMgrApplyCfg(0, 0) || PmxLogMgrReadProps(0) || PmxHandlerGetFormatter(0) ||
+           PmxHandlerGetFmtHeader(0) || PmxHandlerGetFmtTrailer(0) || PmxHandlerDoFmt(0, 0);
+}
+
+static int log_nulls(int ignored, ...) {
+    va_list arguments;
+
+    va_start(arguments, ignored);
+    LOG(PmxLogFatal), LOG(PmxLogError), LOG(PmxLogWarn), LOG(PmxLogInfo), LOG(PmxLogMsg);
+    LOG(PmxLogDebugMax), LOG(PmxLogDebugMid), LOG(PmxLogDebugMin);
+    PmxLogText(0, 0, PMX_END), PmxLogTextVA(0, 0, arguments);
+    PmxFreeEvent(PmxVaAllocEvent(0, 0, 0, 0, 0, arguments));
+    va_end(arguments);
+    PmxFreeEvent(0), PmxSetEventMessageId(0, 0), PmxSetEventLocale(0, 0), PmxFreeI18Msg(0);
+    PmxSetEventIsMessage(0, 1), PmxReportPlatformErr(0), PmxFreeParm(0);
+    return PmxIsLoggable(0, PMX_FATAL) || PmxGetLevelFromString(0) != PMX_NO_LEVEL ||
+           PmxGetEventTime(0) || PmxGetEventLevel(0) || PmxGetEventMessageId(0) ||
+           PmxGetEventLocale(0) || PmxGetEventIsMessage(0) || PmxBindEventMsg(0, 0) ||
+           TYPED(PmxGetEvent) || TYPED(PmxSetEvent) || PmxCopyI18Msg(0) || PmxSetI18MsgCat(0, 0) ||
+           PmxSetI18MsgSet(0, 0) || PmxSetI18MsgKey(0, 0) || PmxSetI18MsgTxt(0, 0) ||
+           PmxSetI18MsgLocale(0, 0) || PmxBindI18Msg(0) || PmxAddI18MsgParmString(0, 0) ||
+           PmxAddI18MsgParmInt(0, 0) || PmxAddI18MsgParmLong(0, 0) || PmxAddI18MsgParmFloat(0, 0) ||
+           PmxAddI18MsgParmDouble(0, 0) || PmxAddI18MsgParmChar(0, 'a') ||
+           PmxAddI18MsgParmBool(0, 1) || PmxAprintf(0, 0) || PmxPrintText(0, 0) ||
+           PmxText1047ToUTF8(0, 0) || PmxText37ToUTF8(0, 0) || PmxTextUTF8To1047(0) ||
+           PmxTextUTF8To37(0) || PmxGetCodeSet1047() || PmxGetCodeSet37();
+}
+
+static int operate_on_nulls(void) {
+    PmxBasicObjectFCfgChange(0, 0), PmxBasicObjectFLog(0, 0), PmxBasicLoggerFCfgChange(0, 0);
+    PmxLevelFilterFCfgChange(0, 0), PmxBasicFilterFProcess(0, 0, 0);
+    PmxBasicHandlerFCfgChange(0, 0), PmxBasicHandlerFProcess(0, 0, 0), PmxBasicHandlerFOpen(0);
+    PmxBasicHandlerFClose(0), PmxConsoleHandlerFFreeVars(0), PmxConsoleHandlerFOpen(0);
+    PmxConsoleHandlerFProcess(0, 0, 0), PmxStderrHandlerFProcess(0, 0, 0);
+    PmxConsoleHandlerFClose(0), PmxBasicFormatterFCfgChange(0, 0);
+    pmxIntlReleaseObject(0), pmxIntlSetObjectEnabled(0, 1), pmxIntlHandlerSetFormatter(0, 0);
+    pmxIntlSetEventMessageId(0, 0), pmxIntlSetEventLocale(0, 0);
+    return PmxLevelFilterFIsLoggable(0, 0) || PmxBasicFormatterFFormat(0, 0) ||
+           PmxBasicFormatterFGetHeader() || PmxBasicFormatterFGetTrailer() ||
+           pmxIntlGetObjVars(0) || pmxIntlGetObject(0, 0) || pmxIntlAcquireObject(0) ||
+           pmxIntlGetObjectName(0) || pmxIntlIsObjectEnabled(0) || TYPED(pmxIntlGetObj) ||
+           pmxIntlSetObjProp(0, 0, 0) || pmxIntlAddListener(0, 0) || pmxIntlRemListener(0, 0) ||
+           pmxIntlIsLoggableByFilter(0, 0) || pmxIntlHandlerGetFormatter(0) ||
+           pmxIntlHandlerGetFmtHeader(0) || pmxIntlHandlerGetFmtTrailer(0) ||
+           pmxIntlHandlerDoFmt(0, 0) || pmxIntlGetEventTime(0) || pmxIntlGetEventLevel(0) ||
+           TYPED(pmxIntlGetEvent) || pmxIntlGetEventMessageId(0) || pmxIntlGetEventLocale(0) ||
+           pmxIntlGetEventIsMessage(0) || pmxIntlSetEventProp(0, 0, 0) ||
+           pmxIntlBindEventMsg(0, 0) || pmxIntlBindI18Msg(0);
+}
+
+static int wrong_in_operation = -1;
+
+/* Runs with the lock held: a call that takes it answers null, its twin does not. */
+static void process(PmxObject* handler, PmxEvent* event, uint32_t kind) {
+    PmxObject* const twin = pmxIntlGetObject("handler", NULL);
+
+    wrong_in_operation = operate_on_nulls() || kind != PMX_HANDLER || event == NULL ||
+                         twin != handler || PmxGetObject("handler", NULL) != NULL;
+    pmxIntlReleaseObject(twin);
+}
+
+static int log_it(void) {
+    if (collect_nulls() || manage_nulls() || log_nulls(0, PMX_END)) return 1;
+    PmxCloseToolkit();
+    if (PmxIsToolkitOpen() || !PmxLoadAdditionalProperties(NULL) || !PmxIsToolkitOpen()) return 2;
+    if (!PmxOpenToolkit(NULL) || manage_nulls() || log_nulls(0, PMX_END)) return 3;
+    PmxAddHandlerClass("class", NULL, NULL, NULL, PmxBasicHandlerFCfgChange, process, NULL, NULL);
+    PmxObject* const logger = PmxGetObject("logger", "pmx_basiclogger");
+    if (!PmxAddListener(logger, PmxGetObject("handler", "class"))) return 4;
+    PmxSetObjProp(PmxGetObject("pmxlog.errorLogger", NULL), "logging", "off"); /* not to print */
+    PmxLogText(logger, "text", PMX_END);
+    PmxCloseToolkit();
+    return wrong_in_operation;
+}
+
 int main(void) {
     guid_record parsed, named;
     unsigned long status = 1;
@@ -81,5 +200,6 @@ int main(void) {
     if (convert() != 0) return 7;
     if (run() != 0) return 8;
     if (look_up() != 0) return 9;
+    if (log_it() != 0) return 10;
     return vel_guid_terminate();
 }
