@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cerrno>
 
 #include "log/message.h"
@@ -31,8 +32,12 @@ void after_fork_in_child() {
 
 void watch_forks() {
     static constinit pthread_once_t once = PTHREAD_ONCE_INIT;
-    pthread_once(&once,
-                 [] { pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child); });
+    static constinit std::atomic<bool> watched = false;  // a shorter way to ask
+    if (watched.load(std::memory_order_acquire)) return;
+    pthread_once(&once, [] {
+        pthread_atfork(before_fork, after_fork_in_parent, after_fork_in_child);
+        watched.store(true, std::memory_order_release);
+    });
 }
 
 }  // namespace

@@ -38,8 +38,9 @@ void set_description_key(PmxObject* object, const char* key) {
 void set_logging(PmxObject* object, const char* key) {
     const char* const value = peek_object_property(object, key);
     if (value == nullptr) return;
-    if (same_ignoring_case(value, "on") || same_ignoring_case(value, "true")) object->enabled = 1;
-    if (same_ignoring_case(value, "off") || same_ignoring_case(value, "false")) object->enabled = 0;
+    const bool on = same_ignoring_case(value, "on") || same_ignoring_case(value, "true");
+    const bool off = same_ignoring_case(value, "off") || same_ignoring_case(value, "false");
+    if (on || off) set_gate(object, on, object->level);
 }
 
 void set_listeners(PmxObject* object, const char* key) {

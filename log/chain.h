@@ -151,6 +151,7 @@ struct Lookup {
     }
 
     static void rebuild(C* chain) {
+        const bool hashed = chain->slots != nullptr;  // all but the new one
         release_in(chain->arena, chain->slots);
         const auto slot_count =
             static_cast<uint32_t>(std::bit_ceil(static_cast<uint32_t>(chain->count) * 4));
@@ -159,7 +160,7 @@ struct Lookup {
         if (chain->slots == nullptr) return;
         std::fill_n(chain->slots, slot_count, nullptr);
         for (Link* link = chain->head; link != nullptr; link = link->next) {
-            link->hash = Key::hash(Key::of(link));
+            if (!hashed || link == chain->tail) link->hash = Key::hash(Key::of(link));
             place(chain, link);
         }
     }
@@ -172,6 +173,13 @@ C* make_chain(Arena* arena) {
     C* const chain = new (place) C{};
     chain->arena = arena;
     return chain;
+}
+
+template <class C>
+void free_index(C* chain) {
+    release_in(chain->arena, chain->slots);
+    chain->slots = nullptr;
+    chain->slot_count = 0;
 }
 
 template <class C>
@@ -220,18 +228,23 @@ inline uint32_t hash_address(const void* address) {
 // a caller
 // -----------------------------------------------------------------------------------------
 
-// Copied in, copied out.
+// Copied in, copied out. A link is allocated with room behind it for what its element needs there.
 struct Text {
     using In = const char*;
     using Stored = char*;
     using Out = char*;
-    static Stored take(Arena* arena, In text) { return copy_text_in(arena, text); }
+    static size_t room(In text) { return strlen(text) + 1; }
+    static Stored take(Arena* arena, In text, void* behind) {
+        if (behind == nullptr) return copy_text_in(arena, text);
+        return static_cast<char*>(memcpy(behind, text, room(text)));
+    }
     static void drop(Arena* arena, Stored text) { release_in(arena, text); }
     static Out lend(Stored text) { return RakStringDup(text); }
-    static bool replace(Arena* arena, Stored& slot, In text) {
-        const Stored copy = take(arena, text);
+    static bool replace(Arena* arena, Stored& slot, In text, const void* behind) {
+        const Stored copy = copy_text_in(arena, text);
         if (copy == nullptr) return false;
-        drop(arena, std::exchange(slot, copy));
+        const Stored old = std::exchange(slot, copy);
+        if (old != behind) drop(arena, old);
         return true;
     }
     static bool same(Stored stored, In text) { return strcmp(stored, text) == 0; }
@@ -244,12 +257,13 @@ struct Counted {
     using In = T*;
     using Stored = T*;
     using Out = T*;
-    static Stored take(Arena*, In element) { return Acquire(element); }
+    static size_t room(In) { return 0; }
+    static Stored take(Arena*, In element, void*) { return Acquire(element); }
     static void drop(Arena*, Stored element) { Release(element); }
     static Out lend(Stored element) { return Acquire(element); }
     // The same reference survives. The new one is in its place, and held, when the old one goes:
     // its end may look here, or may have been all that held the new one.
-    static bool replace(Arena*, Stored& slot, In element) {
+    static bool replace(Arena*, Stored& slot, In element, const void*) {
         if (slot != element) Release(std::exchange(slot, Acquire(element)));
         return true;
     }
@@ -263,10 +277,11 @@ struct AsStored {
     using In = T*;
     using Stored = T*;
     using Out = T*;
-    static Stored take(Arena*, In element) { return Return(element); }
+    static size_t room(In) { return 0; }
+    static Stored take(Arena*, In element, void*) { return Return(element); }
     static void drop(Arena*, Stored element) { Ignore(element); }
     static Out lend(Stored element) { return Return(element); }
-    static bool replace(Arena*, Stored& slot, In element) {
+    static bool replace(Arena*, Stored& slot, In element, const void*) {
         Ignore(std::exchange(slot, Return(element)));
         return true;
     }
@@ -290,9 +305,9 @@ struct Map {
 
     static void free(C* map) {
         if (map == nullptr) return;
+        free_index(map);  // else each removal would look into it
         while (map->head != nullptr) remove(map->head);
         Walk<Link>::end_all(map);
-        release_in(map->arena, map->slots);
         release_in(map->arena, map);
     }
 
@@ -303,8 +318,8 @@ struct Map {
     static int put(C* map, const char* key, typename How::In value) {
         if (map == nullptr || key == nullptr || value == nullptr) return 0;
         Link* const present = Find::find(map, key);
-        return present != nullptr ? How::replace(map->arena, present->value, value)
-                                  : add(map, key, value);
+        if (present == nullptr) return add(map, key, value);
+        return How::replace(map->arena, present->value, value, behind_key(present));
     }
 
     static typename How::Out get(const C* map, const char* key) {
@@ -339,19 +354,15 @@ struct Map {
     static Link* next(const Link* it) { return it == nullptr ? nullptr : it->next; }
 
   private:
+    static const void* behind_key(const Link* link) { return link->key + strlen(link->key) + 1; }
+
     static int add(C* map, const char* key, typename How::In value) {
-        auto* const link = static_cast<Link*>(allocate_in(map->arena, sizeof(Link)));
-        char* const own_key = link == nullptr ? nullptr : copy_text_in(map->arena, key);
-        const typename How::Stored own =
-            own_key == nullptr ? nullptr : How::take(map->arena, value);
-        if (own == nullptr) {
-            release_in(map->arena, own_key);
-            release_in(map->arena, link);
-            return 0;
-        }
-        new (link) Link{};
-        link->key = own_key;
-        link->value = own;
+        const size_t key_size = strlen(key) + 1;
+        void* const place = allocate_in(map->arena, sizeof(Link) + key_size + How::room(value));
+        if (place == nullptr) return 0;
+        Link* const link = new (place) Link{};
+        link->key = static_cast<char*>(memcpy(link + 1, key, key_size));
+        link->value = How::take(map->arena, value, link->key + key_size);
         append_link(map, link);
         Find::enter(map, link);
         return 1;
@@ -364,9 +375,9 @@ struct Map {
         Find::leave(map, link);
         unlink(map, link);
         const typename How::Stored value = link->value;
-        release_in(arena, link->key);
+        const bool goes_with_link = value == behind_key(link);
         release_in(arena, link);
-        How::drop(arena, value);
+        if (!goes_with_link) How::drop(arena, value);
     }
 };
 
@@ -386,32 +397,35 @@ struct Items {
     static Link* next(const Link* it) { return it == nullptr ? nullptr : it->next; }
 
   protected:
-    // Null: no memory.
+    // With or without room behind the link for the element. Null: no memory.
+    template <bool kBehind>
     static Link* add_link(C* chain, typename How::In element) {
-        auto* const link = static_cast<Link*>(allocate_in(chain->arena, sizeof(Link)));
-        if (link == nullptr) return nullptr;
-        const typename How::Stored own = How::take(chain->arena, element);
-        if (own == nullptr) {
+        size_t room = 0;
+        if constexpr (kBehind) room = How::room(element);
+        void* const place = allocate_in(chain->arena, sizeof(Link) + room);
+        if (place == nullptr) return nullptr;
+        Link* const link = new (place) Link{};
+        link->item = How::take(chain->arena, element, kBehind ? link + 1 : nullptr);
+        if (link->item == nullptr) {
             release_in(chain->arena, link);
             return nullptr;
         }
-        new (link) Link{};
-        link->item = own;
         append_link(chain, link);
         return link;
     }
 
+    // The link goes first: what the element's release brings about finds the container without it.
     static void remove_link(C* chain, Link* link) {
         Arena* const arena = chain->arena;
         unlink(chain, link);
         const typename How::Stored item = link->item;
+        const bool goes_with_link = static_cast<const void*>(item) == link + 1;
         release_in(arena, link);
-        How::drop(arena, item);
+        if (!goes_with_link) How::drop(arena, item);
     }
 
     static void free_chain(C* chain) {
         Walk<Link>::end_all(chain);
-        release_in(chain->arena, chain->slots);
         release_in(chain->arena, chain);
     }
 };
@@ -434,6 +448,7 @@ struct Group : Items<C, How> {
 
     static void free(C* group) {
         if (group == nullptr) return;
+        free_index(group);  // else each removal would look into it
         while (group->head != nullptr) remove(group->head);
         Base::free_chain(group);
     }
@@ -445,7 +460,7 @@ struct Group : Items<C, How> {
     static int add(C* group, typename How::In element) {
         if (group == nullptr || element == nullptr || Find::find(group, element) != nullptr)
             return 0;
-        Link* const link = Base::add_link(group, element);
+        Link* const link = Base::template add_link<true>(group, element);
         if (link == nullptr) return 0;
         Find::enter(group, link);
         return 1;
@@ -472,7 +487,7 @@ struct Group : Items<C, How> {
     }
 };
 
-// Any number of equal elements.
+// Any number of equal elements. They lie by themselves, as sorting moves them from link to link.
 template <class C, class How>
 struct List : Items<C, How> {
     using Base = Items<C, How>;
@@ -485,7 +500,8 @@ struct List : Items<C, How> {
     }
 
     static int append(C* list, typename How::In element) {
-        return list != nullptr && element != nullptr && Base::add_link(list, element) != nullptr;
+        return list != nullptr && element != nullptr &&
+               Base::template add_link<false>(list, element) != nullptr;
     }
 
     static Link* find(const C* list, typename How::In element) {

@@ -24,7 +24,7 @@ struct Parm {
     using In = const PmxParm*;
     using Stored = PmxParm*;
     using Out = PmxParm*;
-    static Stored take(Arena* arena, In parm) { return copy_parm(arena, parm); }
+    static Stored take(Arena* arena, In parm, void*) { return copy_parm(arena, parm); }
     static void drop(Arena* arena, Stored parm) { free_parm(arena, parm); }
     static Out lend(Stored parm) { return copy_parm(nullptr, parm); }
     static bool same(const PmxParm* stored, In parm) { return same_parms(stored, parm); }

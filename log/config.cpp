@@ -1,6 +1,7 @@
 // Configuration objects.
 #include "log/config.h"
 
+#include <cstring>
 #include <new>
 
 #include "log/lineage.h"
@@ -49,13 +50,13 @@ int adopt_child(PmxObjCfg* cfg, PmxObjCfg* child) {
 using namespace vel::log;
 
 PmxObjCfg* pmxIntlAllocObjCfg(const char* name) {
-    char* const own_name = RakStringDup(name);
-    void* const place = own_name == nullptr ? nullptr : RakMemoryMalloc(sizeof(PmxObjCfg));
-    if (place == nullptr) {
-        RakMemoryFree(own_name);
-        return nullptr;
-    }
-    return new (place) PmxObjCfg{.references = 1, .name = own_name};
+    if (name == nullptr) return nullptr;
+    const size_t name_size = strlen(name) + 1;  // it lies behind the record
+    void* const place = RakMemoryMalloc(sizeof(PmxObjCfg) + name_size);
+    if (place == nullptr) return nullptr;
+    auto* const cfg = new (place) PmxObjCfg{.references = 1};
+    cfg->name = static_cast<char*>(memcpy(cfg + 1, name, name_size));
+    return cfg;
 }
 
 PmxObjCfg* pmxIntlAcquireObjCfg(PmxObjCfg* cfg) {
@@ -65,7 +66,6 @@ PmxObjCfg* pmxIntlAcquireObjCfg(PmxObjCfg* cfg) {
 
 void pmxIntlReleaseObjCfg(PmxObjCfg* cfg) {
     if (cfg == nullptr || --cfg->references != 0) return;
-    RakMemoryFree(cfg->name);
     RakMemoryFree(cfg->parent);
     StringGroup::free(cfg->children);
     StringToStringMap::free(cfg->properties);

@@ -12,12 +12,29 @@ namespace {
 constexpr size_t kEventBlock = 2048;  // bytes; room for a usual event with all that it copies
 constexpr int kMaxMarkers = 63;
 
-PmxStringToStringMap* properties_of(PmxEvent* event) {
-    if (event == nullptr) return nullptr;
+PmxStringToStringMap* make_properties(PmxEvent* event) {
     if (event->properties == nullptr) {
         event->properties = make_chain<PmxStringToStringMap>(&event->arena);
     }
     return event->properties;
+}
+
+// Makes properties of the place that the logging call named.
+void settle_place(PmxEvent* event) {
+    const SourcePlace place = std::exchange(event->place, {});
+    if (place.file != nullptr) {
+        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfile", place.file);
+        pmxIntlSetMapPropInt(make_properties(event), "pmx_prop_srcline", place.line);
+    }
+    if (place.function != nullptr) {
+        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfunction", place.function);
+    }
+}
+
+PmxStringToStringMap* writable_properties(PmxEvent* event) {
+    if (event == nullptr) return nullptr;
+    settle_place(event);
+    return make_properties(event);
 }
 
 // Reads the value of a type; false: there is no such type.
@@ -86,7 +103,7 @@ void read_arguments(PmxEvent* event, va_list* arguments) {
         } else if (!read_value(marker, arguments, &parm)) {
             return report(PMX_ERROR, Msg::list_without_markers);
         } else if (is_property) {
-            set_property(properties_of(event), name, parm);
+            set_property(make_properties(event), name, parm);
         } else {
             add_parm(event->message, parm);
         }
@@ -113,6 +130,13 @@ void give_back(PmxEvent* event) {
 }
 
 }  // namespace
+
+const PmxStringToStringMap* properties_of(PmxEvent* event) {
+    if (event == nullptr) return nullptr;
+    settle_place(event);
+    return event->properties;
+}
+
 }  // namespace vel::log
 
 using namespace vel::log;
@@ -178,49 +202,41 @@ void pmxIntlSetEventIsMessage(PmxEvent* event, int is_message) {
 
 // Properties
 
-namespace {
-
-PmxStringToStringMap* read_properties(const PmxEvent* event) {
-    return event == nullptr ? nullptr : event->properties;
-}
-
-}  // namespace
-
 char* pmxIntlGetEventProp(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapProp(read_properties(event), name, found);
+    return pmxIntlGetMapProp(properties_of(event), name, found);
 }
 int pmxIntlGetEventPropBool(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapPropBool(read_properties(event), name, found);
+    return pmxIntlGetMapPropBool(properties_of(event), name, found);
 }
 int32_t pmxIntlGetEventPropInt(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapPropInt(read_properties(event), name, found);
+    return pmxIntlGetMapPropInt(properties_of(event), name, found);
 }
 int64_t pmxIntlGetEventPropLong(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapPropLong(read_properties(event), name, found);
+    return pmxIntlGetMapPropLong(properties_of(event), name, found);
 }
 float pmxIntlGetEventPropFloat(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapPropFloat(read_properties(event), name, found);
+    return pmxIntlGetMapPropFloat(properties_of(event), name, found);
 }
 double pmxIntlGetEventPropDouble(PmxEvent* event, const char* name, int* found) {
-    return pmxIntlGetMapPropDouble(read_properties(event), name, found);
+    return pmxIntlGetMapPropDouble(properties_of(event), name, found);
 }
 int pmxIntlSetEventProp(PmxEvent* event, const char* name, const char* text) {
-    return pmxIntlSetMapProp(properties_of(event), name, text);
+    return pmxIntlSetMapProp(writable_properties(event), name, text);
 }
 int pmxIntlSetEventPropBool(PmxEvent* event, const char* name, int value) {
-    return pmxIntlSetMapPropBool(properties_of(event), name, value);
+    return pmxIntlSetMapPropBool(writable_properties(event), name, value);
 }
 int pmxIntlSetEventPropInt(PmxEvent* event, const char* name, int32_t value) {
-    return pmxIntlSetMapPropInt(properties_of(event), name, value);
+    return pmxIntlSetMapPropInt(writable_properties(event), name, value);
 }
 int pmxIntlSetEventPropLong(PmxEvent* event, const char* name, int64_t value) {
-    return pmxIntlSetMapPropLong(properties_of(event), name, value);
+    return pmxIntlSetMapPropLong(writable_properties(event), name, value);
 }
 int pmxIntlSetEventPropFloat(PmxEvent* event, const char* name, float value) {
-    return pmxIntlSetMapPropFloat(properties_of(event), name, value);
+    return pmxIntlSetMapPropFloat(writable_properties(event), name, value);
 }
 int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value) {
-    return pmxIntlSetMapPropDouble(properties_of(event), name, value);
+    return pmxIntlSetMapPropDouble(writable_properties(event), name, value);
 }
 
 char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder) {

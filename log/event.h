@@ -9,6 +9,17 @@
 #include "log/pmx_classes.h"
 #include "log/pmx_log.h"
 
+namespace vel::log {
+
+// The place of a logging call in the source, as it was given: it lives as long as the call.
+struct SourcePlace {
+    const char* file = nullptr;
+    const char* function = nullptr;
+    int32_t line = 0;
+};
+
+}  // namespace vel::log
+
 // It stands at the beginning of a block of memory in which its parts lie, as far as they fit.
 struct PmxEvent {
     uint8_t is_message = 0;
@@ -18,6 +29,8 @@ struct PmxEvent {
     char* message_id = nullptr;                  // null until somebody has found it
     const char* locale = nullptr;                // not owned
     PmxStringToStringMap* properties = nullptr;  // null: none yet
+    // Becomes properties when somebody looks at these: most events are filtered before.
+    vel::log::SourcePlace place{};
     vel::log::Arena arena;
 };
 
@@ -30,9 +43,12 @@ namespace vel::log {
 
 using OwnedEvent = runtime::Owned<PmxEvent, pmxIntlFreeEvent>;
 
+// The event's properties, those of its place among them; null: none.
+const PmxStringToStringMap* properties_of(PmxEvent* event);
+
 // A property as it is, without a copy; null: there is none.
-inline const char* peek_event_property(const PmxEvent* event, const char* name) {
-    return peek_property(event->properties, name);
+inline const char* peek_event_property(PmxEvent* event, const char* name) {
+    return peek_property(properties_of(event), name);
 }
 
 }  // namespace vel::log

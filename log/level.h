@@ -9,10 +9,10 @@ namespace vel::log {
 inline void set_level(PmxObject* object, const char* key) {
     const char* const text = peek_object_property(object, key);
     if (text != nullptr && *text != '\0') {
-        object->level = PmxGetLevelFromString(text);
+        set_gate(object, object->enabled, PmxGetLevelFromString(text));
     } else {
         report(PMX_WARN, Msg::property_empty, key, object->name);
-        object->level = PMX_INFO;
+        set_gate(object, object->enabled, PMX_INFO);
     }
 }
 

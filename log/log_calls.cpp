@@ -1,4 +1,6 @@
 // The logging calls, and the toolkit's own messages.
+#define PMX_LOG_NO_INLINE  // here is what the inline forms call
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
@@ -20,9 +22,7 @@ struct Record {
     uint32_t set = 0;
     uint32_t key = 0;
     const char* text = nullptr;
-    const char* file = nullptr;
-    const char* function = nullptr;
-    int32_t line = 0;
+    SourcePlace place{};
 };
 
 void deliver_record(PmxObject* logger, const Record& record, va_list arguments) {
@@ -33,13 +33,7 @@ void deliver_record(PmxObject* logger, const Record& record, va_list arguments) 
                                                record.text, arguments));
     if (event == nullptr) return;
     event->is_message = record.is_message;
-    if (record.file != nullptr) {
-        pmxIntlSetEventProp(event.get(), "pmx_prop_srcfile", record.file);
-        pmxIntlSetEventPropInt(event.get(), "pmx_prop_srcline", record.line);
-    }
-    if (record.function != nullptr) {
-        pmxIntlSetEventProp(event.get(), "pmx_prop_srcfunction", record.function);
-    }
+    event->place = record.place;
     const Delivery delivery(logger);
     if (delivery) log(logger, event.get());
 }
@@ -67,9 +61,7 @@ void log_debug(PmxObject* logger, int32_t level, const char* file, const char* f
     const Record record{.level = level,
                         .is_message = false,
                         .text = text,
-                        .file = file,
-                        .function = function,
-                        .line = line};
+                        .place = {.file = file, .function = function, .line = line}};
     log_record(logger, record, arguments);
 }
 

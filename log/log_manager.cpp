@@ -42,8 +42,8 @@ bool open_log_manager() {
 }
 
 void close_log_manager() {
-    StringToObjCfgMap::free(std::exchange(toolkit.configurations, nullptr));
     StringGroup::free(std::exchange(toolkit.configuration_names, nullptr));
+    StringToObjCfgMap::free(std::exchange(toolkit.configurations, nullptr));
     toolkit.manager_ready = false;
     toolkit.tree_changed_by_hand = false;
 }

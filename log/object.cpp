@@ -98,8 +98,7 @@ PmxObject* make_object(PmxObjClass* cls, const char* name) {
     auto* const object = new (place) PmxObject{};
     object->cls = cls;
     object->name = own_name;
-    object->enabled = 1;
-    if (cls->kind == PMX_LOGGER) object->level = PMX_DEBUG_MIN;
+    set_gate(object, 1, cls->kind == PMX_LOGGER ? PMX_DEBUG_MIN : PMX_ALL);
     if (cls->kind == PMX_HANDLER) {
         object->formatter = pmxIntlGetObject("pmxlog.defaultFormatter", "pmx_basicformatter");
     }
@@ -139,18 +138,6 @@ const PmxStringToStringMap* properties_of(const PmxObject* object) {
 }
 
 }  // namespace
-
-Delivery::Delivery(PmxObject* object) : object_(object->busy ? nullptr : object) {
-    if (object_ == nullptr) return;
-    object_->busy = true;
-    pmxIntlAcquireObject(object_);
-}
-
-Delivery::~Delivery() {
-    if (object_ == nullptr) return;
-    object_->busy = false;
-    pmxIntlReleaseObject(object_);
-}
 
 void end_objects() {
     toolkit.ending_all = true;
@@ -236,7 +223,7 @@ int pmxIntlIsObjectEnabled(const PmxObject* object) {
 }
 
 void pmxIntlSetObjectEnabled(PmxObject* object, int enabled) {
-    if (object != nullptr) object->enabled = enabled != 0;
+    if (object != nullptr) set_gate(object, enabled != 0, object->level);
 }
 
 char* pmxIntlGetObjProp(PmxObject* object, const char* name, int* found) {

@@ -1,7 +1,9 @@
 // Objects: loggers, filters, handlers and formatters, each a named instance of a class.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -11,6 +13,8 @@
 #include "log/pmx_toolkit.h"
 
 struct PmxObject {
+    // The lowest level that it takes, of enabled and level made one: what pmx_log_inline.h reads.
+    std::atomic<int32_t> threshold;
     PmxObjClass* cls;     // null: corrupt, or at its end
     uint32_t references;  // one of them is the instance table's
     char* name;
@@ -64,6 +68,16 @@ class Ref {
 using ObjectRef = Ref<PmxObject, pmxIntlAcquireObject, pmxIntlReleaseObject>;
 using CfgRef = Ref<PmxObjCfg, pmxIntlAcquireObjCfg, pmxIntlReleaseObjCfg>;
 
+static_assert(offsetof(PmxObject, threshold) == 0 && sizeof(std::atomic<int32_t>) == 4);
+
+// Whether an object takes events, and from which level on.
+inline void set_gate(PmxObject* object, int32_t enabled, int32_t level) {
+    object->enabled = enabled;
+    object->level = level;
+    const int32_t lowest = level == PMX_NO_LEVEL ? INT32_MIN : std::min(level, INT32_MAX - 1);
+    object->threshold = enabled ? lowest : INT32_MAX;
+}
+
 inline bool is_kind(const PmxObject* object, uint32_t kind) {
     return object != nullptr && object->cls != nullptr && object->cls->kind == kind;
 }
@@ -86,8 +100,16 @@ inline const char* peek_object_property(const PmxObject* object, const char* nam
 // it is left out.
 class Delivery {
   public:
-    explicit Delivery(PmxObject* object);
-    ~Delivery();
+    explicit Delivery(PmxObject* object) : object_(object->busy ? nullptr : object) {
+        if (object_ == nullptr) return;
+        object_->busy = true;
+        ++object_->references;
+    }
+    ~Delivery() {
+        if (object_ == nullptr) return;
+        object_->busy = false;
+        pmxIntlReleaseObject(object_);
+    }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
 

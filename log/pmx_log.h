@@ -191,4 +191,8 @@ void PmxReportPlatformErr(uint64_t status);
 }
 #endif
 
+#if defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__) && !defined(PMX_LOG_NO_INLINE)
+#include "pmx_log_inline.h"
+#endif
+
 #endif
