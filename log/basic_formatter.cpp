@@ -29,14 +29,20 @@ using runtime::StringBuff;
 constexpr size_t kDateBytes = 128;
 constexpr int64_t kMillis = 1000;  // of a second
 
+// Copies the property, or null for none; all stays when there is no memory.
+void set_text(PmxObject* formatter, const char* key, char* PmxObject::*slot) {
+    const char* const text = peek_object_property(formatter, key);
+    char* const copy = RakStringDup(text);
+    if (copy == nullptr && text != nullptr) return;
+    RakMemoryFree(std::exchange(formatter->*slot, copy));
+}
+
 void set_separator(PmxObject* formatter, const char* key) {
-    RakMemoryFree(formatter->separator);
-    formatter->separator = pmxIntlGetObjProp(formatter, key, nullptr);
+    set_text(formatter, key, &PmxObject::separator);
 }
 
 void set_date_time_format(PmxObject* formatter, const char* key) {
-    RakMemoryFree(formatter->date_time_format);
-    formatter->date_time_format = pmxIntlGetObjProp(formatter, key, nullptr);
+    set_text(formatter, key, &PmxObject::date_time_format);
 }
 
 void set_locale(PmxObject* formatter, const char* key) {

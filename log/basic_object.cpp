@@ -45,9 +45,9 @@ void set_logging(PmxObject* object, const char* key) {
 
 void set_listeners(PmxObject* object, const char* key) {
     if (object->cls->kind == PMX_FORMATTER) return;
-    ListenerGroup::free(std::exchange(object->listeners, nullptr));
     const OwnedText names(pmxIntlGetObjProp(object, key, nullptr));  // creating may change the map
     if (names == nullptr) return;
+    ListenerGroup::free(std::exchange(object->listeners, nullptr));
     for (char* name = names.get() + strspn(names.get(), kBlanks); *name != '\0';) {
         char* const end = name + strcspn(name, kBlanks);
         char* const following = end + strspn(end, kBlanks);

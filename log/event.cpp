@@ -111,6 +111,13 @@ void read_arguments(PmxEvent* event, va_list* arguments) {
     report(PMX_ERROR, Msg::list_not_ended);
 }
 
+// Puts a copy of a text, or null, in the place of another; all stays when there is no memory.
+void replace_text(PmxEvent* event, char*& slot, const char* text) {
+    char* const copy = copy_text_in(&event->arena, text);
+    if (copy == nullptr && text != nullptr) return;
+    event->arena.release(std::exchange(slot, copy));
+}
+
 // The block of the last event serves the next: logging calls for no memory then.
 PmxEvent* make_event() {
     void* block = std::exchange(toolkit.spare_event, nullptr);
@@ -166,6 +173,7 @@ void pmxIntlFreeEvent(PmxEvent* event) {
         pmxIntlFreeI18Msg(event->message);
         StringToStringMap::free(event->properties);
         event->arena.release(event->message_id);
+        event->arena.release(event->locale);
     }
     give_back(event);
 }
@@ -179,9 +187,7 @@ char* pmxIntlGetEventMessageId(const PmxEvent* event) {
 }
 
 void pmxIntlSetEventMessageId(PmxEvent* event, const char* id) {
-    if (event == nullptr) return;
-    char* const copy = copy_text_in(&event->arena, id);
-    event->arena.release(std::exchange(event->message_id, copy));
+    if (event != nullptr) replace_text(event, event->message_id, id);
 }
 
 const char* pmxIntlGetEventLocale(const PmxEvent* event) {
@@ -189,7 +195,9 @@ const char* pmxIntlGetEventLocale(const PmxEvent* event) {
 }
 
 void pmxIntlSetEventLocale(PmxEvent* event, const char* locale) {
-    if (event != nullptr) event->locale = locale;
+    if (event == nullptr) return;
+    pmxIntlSetI18MsgLocale(event->message, nullptr);  // it had the old one
+    replace_text(event, event->locale, locale);
 }
 
 int pmxIntlGetEventIsMessage(const PmxEvent* event) {

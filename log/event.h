@@ -27,7 +27,7 @@ struct PmxEvent {
     int32_t level = 0;
     PmxI18Msg* message = nullptr;
     char* message_id = nullptr;                  // null until somebody has found it
-    const char* locale = nullptr;                // not owned
+    char* locale = nullptr;                      // a copy: formatters come and go
     PmxStringToStringMap* properties = nullptr;  // null: none yet
     // Becomes properties when somebody looks at these: most events are filtered before.
     vel::log::SourcePlace place{};

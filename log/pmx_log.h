@@ -101,7 +101,8 @@ int32_t PmxGetEventLevel(const PmxEvent* event);
 char* PmxGetEventMessageId(const PmxEvent* event);
 void PmxSetEventMessageId(PmxEvent* event, const char* id);
 
-/* The locale that the message is to be shown in, of mab_loc_new; it stays the caller's. */
+/* The locale that the message is to be shown in, of mab_loc_new; null: none is set. A copy is kept,
+ * which lasts until another is set. */
 const char* PmxGetEventLocale(const PmxEvent* event);
 void PmxSetEventLocale(PmxEvent* event, const char* locale);
 

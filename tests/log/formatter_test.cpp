@@ -78,6 +78,10 @@ TEST_F(FormatterTest, GivesItsLocaleToTheEvent) {
     taken(PmxBasicFormatterFFormat(formatter, event));
     EXPECT_STREQ(PmxGetEventLocale(event), "pt_BR");
     EXPECT_STREQ(event->message->locale, "pt_BR");
+    PmxReleaseObject(std::exchange(formatter, nullptr));  // and its locale with it
+    EXPECT_STREQ(event->message->locale, "pt_BR");
+    PmxSetEventLocale(event, nullptr);
+    EXPECT_EQ(event->message->locale, nullptr);
     PmxFreeEvent(event);
 }
 
