@@ -47,6 +47,7 @@ void deliver_record(PmxObject* logger, const Record& record, va_list arguments) 
 
 void log_message(PmxObject* logger, int32_t level, const char* catalog, uint32_t set, uint32_t key,
                  const char* text, va_list arguments) {
+    if (!PmxIsLoggable(logger, level)) return;
     const Record record{.level = level,
                         .is_message = true,
                         .catalog = catalog,
@@ -58,6 +59,7 @@ void log_message(PmxObject* logger, int32_t level, const char* catalog, uint32_t
 
 void log_debug(PmxObject* logger, int32_t level, const char* file, const char* function,
                int32_t line, const char* text, va_list arguments) {
+    if (!PmxIsLoggable(logger, level)) return;
     const Record record{.level = level,
                         .is_message = false,
                         .text = text,
@@ -130,135 +132,117 @@ void pmxIntlLogVA(int32_t level, uint32_t number, const char* text, ...) {
 
 void PmxLogFatalVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                    const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_FATAL)) return;
     log_message(logger, PMX_FATAL, catalog, set, key, text, arguments);
 }
 
 void PmxLogFatal(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                  const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_FATAL)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_message(logger, PMX_FATAL, catalog, set, key, text, arguments);
+    PmxLogFatalVA(logger, catalog, set, key, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogErrorVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                    const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_ERROR)) return;
     log_message(logger, PMX_ERROR, catalog, set, key, text, arguments);
 }
 
 void PmxLogError(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                  const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_ERROR)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_message(logger, PMX_ERROR, catalog, set, key, text, arguments);
+    PmxLogErrorVA(logger, catalog, set, key, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogWarnVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                   const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_WARN)) return;
     log_message(logger, PMX_WARN, catalog, set, key, text, arguments);
 }
 
 void PmxLogWarn(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                 const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_WARN)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_message(logger, PMX_WARN, catalog, set, key, text, arguments);
+    PmxLogWarnVA(logger, catalog, set, key, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogInfoVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                   const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_INFO)) return;
     log_message(logger, PMX_INFO, catalog, set, key, text, arguments);
 }
 
 void PmxLogInfo(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                 const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_INFO)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_message(logger, PMX_INFO, catalog, set, key, text, arguments);
+    PmxLogInfoVA(logger, catalog, set, key, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogMsgVA(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key,
                  const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_NO_LEVEL)) return;
     log_message(logger, PMX_NO_LEVEL, catalog, set, key, text, arguments);
 }
 
 void PmxLogMsg(PmxObject* logger, const char* catalog, uint32_t set, uint32_t key, const char* text,
                ...) {
-    if (!PmxIsLoggable(logger, PMX_NO_LEVEL)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_message(logger, PMX_NO_LEVEL, catalog, set, key, text, arguments);
+    PmxLogMsgVA(logger, catalog, set, key, text, arguments);
     va_end(arguments);
 }
 
 // Text
 
 void PmxLogTextVA(PmxObject* logger, const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_NO_LEVEL)) return;
     log_debug(logger, PMX_NO_LEVEL, nullptr, nullptr, 0, text, arguments);
 }
 
 void PmxLogText(PmxObject* logger, const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_NO_LEVEL)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_debug(logger, PMX_NO_LEVEL, nullptr, nullptr, 0, text, arguments);
+    PmxLogTextVA(logger, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogDebugMaxVA(PmxObject* logger, const char* file, const char* function, int32_t line,
                       const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MAX)) return;
     log_debug(logger, PMX_DEBUG_MAX, file, function, line, text, arguments);
 }
 
 void PmxLogDebugMax(PmxObject* logger, const char* file, const char* function, int32_t line,
                     const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MAX)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_debug(logger, PMX_DEBUG_MAX, file, function, line, text, arguments);
+    PmxLogDebugMaxVA(logger, file, function, line, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogDebugMidVA(PmxObject* logger, const char* file, const char* function, int32_t line,
                       const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MID)) return;
     log_debug(logger, PMX_DEBUG_MID, file, function, line, text, arguments);
 }
 
 void PmxLogDebugMid(PmxObject* logger, const char* file, const char* function, int32_t line,
                     const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MID)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_debug(logger, PMX_DEBUG_MID, file, function, line, text, arguments);
+    PmxLogDebugMidVA(logger, file, function, line, text, arguments);
     va_end(arguments);
 }
 
 void PmxLogDebugMinVA(PmxObject* logger, const char* file, const char* function, int32_t line,
                       const char* text, va_list arguments) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MIN)) return;
     log_debug(logger, PMX_DEBUG_MIN, file, function, line, text, arguments);
 }
 
 void PmxLogDebugMin(PmxObject* logger, const char* file, const char* function, int32_t line,
                     const char* text, ...) {
-    if (!PmxIsLoggable(logger, PMX_DEBUG_MIN)) return;
     va_list arguments;
     va_start(arguments, text);
-    log_debug(logger, PMX_DEBUG_MIN, file, function, line, text, arguments);
+    PmxLogDebugMinVA(logger, file, function, line, text, arguments);
     va_end(arguments);
 }
