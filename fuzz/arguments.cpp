@@ -56,7 +56,8 @@ std::pair<std::string, std::string> add_value(Input& in, int type, Arguments& li
         case PMX_CHAR: {
             list.add(number);
             const char byte = static_cast<char>(number);
-            return {std::to_string(byte), byte == '\0' ? "" : std::string(1, byte)};
+            return {std::to_string(static_cast<uint8_t>(byte)),
+                    byte == '\0' ? "" : std::string(1, byte)};
         }
         case PMX_INT:
         case PMX_LONG: {

@@ -42,10 +42,8 @@ bool read_value(int32_t type, va_list* arguments, PmxParm* value) {
     value->type = type;
     switch (type) {
         case PMX_BOOL:
-            value->value.integer = static_cast<uint8_t>(va_arg(*arguments, int));
-            return true;
         case PMX_CHAR:
-            value->value.integer = static_cast<int8_t>(va_arg(*arguments, int));
+            value->value.integer = static_cast<uint8_t>(va_arg(*arguments, int));
             return true;
         case PMX_INT:
             value->value.integer = va_arg(*arguments, int32_t);

@@ -166,7 +166,7 @@ int pmxIntlAddI18MsgParmDouble(PmxI18Msg* message, double value) {
 }
 
 int pmxIntlAddI18MsgParmChar(PmxI18Msg* message, char value) {
-    return add_number(message, PMX_CHAR, value);
+    return add_number(message, PMX_CHAR, static_cast<uint8_t>(value));
 }
 
 int pmxIntlAddI18MsgParmBool(PmxI18Msg* message, int value) {

@@ -72,7 +72,7 @@ enum {
 typedef struct PmxParm {
     int32_t type; /* PMX_BOOL to PMX_STRING */
     union {
-        int64_t integer; /* of a bool, int, long or char */
+        int64_t integer; /* of an int or long; of a bool or char its byte, 0 to 255 */
         double real;     /* of a float or double */
         char* text;      /* of a string */
     } value;
