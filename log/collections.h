@@ -12,13 +12,31 @@ void pmxIntlReleaseObjCfg(PmxObjCfg* cfg);
 
 namespace vel::log {
 
-PmxParm* copy_parm(Arena* arena, const PmxParm* parm);
-void free_parm(Arena* arena, PmxParm* parm);
 bool same_parms(const PmxParm* a, const PmxParm* b);
 
 using Object = Counted<PmxObject, pmxIntlAcquireObject, pmxIntlReleaseObject>;
 using Configuration = Counted<PmxObjCfg, pmxIntlAcquireObjCfg, pmxIntlReleaseObjCfg>;
 using ClassRecord = AsStored<PmxObjClass, pmxReturnObjClass, pmxIgnoreObjClass>;
+
+// Null: no memory, or a type that is none. Inline, as each event does it for all of its parameters.
+inline PmxParm* copy_parm(Arena* arena, const PmxParm* parm) {
+    if (parm == nullptr || parm->type < PMX_BOOL || parm->type > PMX_STRING) return nullptr;
+    auto* const copy = static_cast<PmxParm*>(allocate_in(arena, sizeof(PmxParm)));
+    if (copy == nullptr) return nullptr;
+    copy->type = parm->type;
+    copy->value = parm->value;
+    if (parm->type != PMX_STRING) return copy;
+    copy->value.text = copy_text_in(arena, parm->value.text == nullptr ? "" : parm->value.text);
+    if (copy->value.text != nullptr) return copy;
+    release_in(arena, copy);
+    return nullptr;
+}
+
+inline void free_parm(Arena* arena, PmxParm* parm) {
+    if (parm == nullptr) return;
+    if (parm->type == PMX_STRING) release_in(arena, parm->value.text);
+    release_in(arena, parm);
+}
 
 struct Parm {
     using In = const PmxParm*;

@@ -21,13 +21,14 @@ PmxStringToStringMap* make_properties(PmxEvent* event) {
 
 // Makes properties of the place that the logging call named.
 void settle_place(PmxEvent* event) {
-    const SourcePlace place = std::exchange(event->place, {});
-    if (place.file != nullptr) {
-        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfile", place.file);
-        pmxIntlSetMapPropInt(make_properties(event), "pmx_prop_srcline", place.line);
+    const SourcePlace* const place = std::exchange(event->place, nullptr);
+    if (place == nullptr) return;
+    if (place->file != nullptr) {
+        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfile", place->file);
+        pmxIntlSetMapPropInt(make_properties(event), "pmx_prop_srcline", place->line);
     }
-    if (place.function != nullptr) {
-        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfunction", place.function);
+    if (place->function != nullptr) {
+        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfunction", place->function);
     }
 }
 
@@ -35,34 +36,6 @@ PmxStringToStringMap* writable_properties(PmxEvent* event) {
     if (event == nullptr) return nullptr;
     settle_place(event);
     return make_properties(event);
-}
-
-// Reads the value of a type; false: there is no such type.
-bool read_value(int32_t type, va_list* arguments, PmxParm* value) {
-    value->type = type;
-    switch (type) {
-        case PMX_BOOL:
-        case PMX_CHAR:
-            value->value.integer = static_cast<uint8_t>(va_arg(*arguments, int));
-            return true;
-        case PMX_INT:
-            value->value.integer = va_arg(*arguments, int32_t);
-            return true;
-        case PMX_LONG:
-            value->value.integer = va_arg(*arguments, int64_t);
-            return true;
-        case PMX_FLOAT:
-            value->value.real = static_cast<double>(static_cast<float>(va_arg(*arguments, double)));
-            return true;
-        case PMX_DOUBLE:
-            value->value.real = va_arg(*arguments, double);
-            return true;
-        case PMX_STRING:
-            value->value.text = va_arg(*arguments, char*);
-            return true;
-        default:
-            return false;
-    }
 }
 
 int set_property(PmxStringToStringMap* map, const char* name, const PmxParm& parm) {
@@ -88,19 +61,41 @@ bool is_level(int32_t marker) {
            (marker >= PMX_ALL && marker <= PMX_FATAL && marker % kStep == 0);
 }
 
-void read_arguments(PmxEvent* event, va_list* arguments) {
+void read_arguments(PmxEvent* event, va_list arguments) {
     for (int markers = 0; markers < kMaxMarkers; ++markers) {
-        int32_t marker = va_arg(*arguments, int32_t);
-        if (marker == PMX_END) return;
-        const bool is_property = marker == PMX_PROPERTY;
-        const char* const name = is_property ? va_arg(*arguments, const char*) : nullptr;
-        if (is_property) marker = va_arg(*arguments, int32_t);
-        PmxParm parm{};
-        if (is_level(marker)) {
-            event->level = marker;
-        } else if (!read_value(marker, arguments, &parm)) {
-            return report(PMX_ERROR, Msg::list_without_markers);
-        } else if (is_property) {
+        PmxParm parm;
+        parm.type = va_arg(arguments, int32_t);
+        if (parm.type == PMX_END) return;
+        const bool is_property = parm.type == PMX_PROPERTY;
+        const char* const name = is_property ? va_arg(arguments, const char*) : nullptr;
+        if (is_property) parm.type = va_arg(arguments, int32_t);
+        switch (parm.type) {
+            case PMX_BOOL:
+            case PMX_CHAR:
+                parm.value.integer = static_cast<uint8_t>(va_arg(arguments, int));
+                break;
+            case PMX_INT:
+                parm.value.integer = va_arg(arguments, int32_t);
+                break;
+            case PMX_LONG:
+                parm.value.integer = va_arg(arguments, int64_t);
+                break;
+            case PMX_FLOAT:
+                parm.value.real =
+                    static_cast<double>(static_cast<float>(va_arg(arguments, double)));
+                break;
+            case PMX_DOUBLE:
+                parm.value.real = va_arg(arguments, double);
+                break;
+            case PMX_STRING:
+                parm.value.text = va_arg(arguments, char*);
+                break;
+            default:
+                if (!is_level(parm.type)) return report(PMX_ERROR, Msg::list_without_markers);
+                event->level = parm.type;
+                continue;
+        }
+        if (is_property) {
             set_property(make_properties(event), name, parm);
         } else {
             add_parm(event->message, parm);
@@ -158,10 +153,7 @@ PmxEvent* pmxIntlVaAllocEvent(int32_t level, const char* catalog, uint32_t set, 
         give_back(event);
         return nullptr;
     }
-    va_list reading;  // a parameter of that type may be a pointer, which has another address
-    va_copy(reading, arguments);
-    read_arguments(event, &reading);
-    va_end(reading);
+    read_arguments(event, arguments);
     return event;
 }
 

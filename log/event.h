@@ -29,8 +29,9 @@ struct PmxEvent {
     char* message_id = nullptr;                  // null until somebody has found it
     char* locale = nullptr;                      // a copy: formatters come and go
     PmxStringToStringMap* properties = nullptr;  // null: none yet
-    // Becomes properties when somebody looks at these: most events are filtered before.
-    vel::log::SourcePlace place{};
+    // Of the logging call; becomes properties when somebody looks at these, which not every event
+    // comes to.
+    const vel::log::SourcePlace* place = nullptr;
     vel::log::Arena arena;
 };
 

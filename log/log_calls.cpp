@@ -33,7 +33,7 @@ void deliver_record(PmxObject* logger, const Record& record, va_list arguments) 
                                                record.text, arguments));
     if (event == nullptr) return;
     event->is_message = record.is_message;
-    event->place = record.place;
+    event->place = &record.place;
     const Delivery delivery(logger);
     if (delivery) log(logger, event.get());
 }

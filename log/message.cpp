@@ -1,15 +1,11 @@
 // Internationalized messages and their parameters.
 #include "log/message.h"
 
-#include <new>
-
 #include "i18n/mab.h"
 #include "log/toolkit.h"
 
 namespace vel::log {
 namespace {
-
-bool is_parm_type(int32_t type) { return type >= PMX_BOOL && type <= PMX_STRING; }
 
 // Puts a copy of the text in the slot's place.
 int set_text(PmxI18Msg* message, char* PmxI18Msg::*slot, const char* text) {
@@ -32,24 +28,6 @@ int add_real(PmxI18Msg* message, int32_t type, double value) {
 
 }  // namespace
 
-PmxParm* copy_parm(Arena* arena, const PmxParm* parm) {
-    if (parm == nullptr || !is_parm_type(parm->type)) return nullptr;
-    auto* const copy = static_cast<PmxParm*>(allocate_in(arena, sizeof(PmxParm)));
-    if (copy == nullptr) return nullptr;
-    *copy = *parm;
-    if (parm->type != PMX_STRING) return copy;
-    copy->value.text = copy_text_in(arena, parm->value.text == nullptr ? "" : parm->value.text);
-    if (copy->value.text != nullptr) return copy;
-    release_in(arena, copy);
-    return nullptr;
-}
-
-void free_parm(Arena* arena, PmxParm* parm) {
-    if (parm == nullptr) return;
-    if (parm->type == PMX_STRING) release_in(arena, parm->value.text);
-    release_in(arena, parm);
-}
-
 bool same_parms(const PmxParm* a, const PmxParm* b) {
     if (a == nullptr || b == nullptr) return a == b;
     if (a->type != b->type) return false;
@@ -65,27 +43,6 @@ bool same_parms(const PmxParm* a, const PmxParm* b) {
         default:
             return a->value.integer == b->value.integer;
     }
-}
-
-PmxI18Msg* make_message(Arena* arena, const char* catalog, uint32_t set, uint32_t key,
-                        const char* text) {
-    void* const place = allocate_in(arena, sizeof(PmxI18Msg));
-    if (place == nullptr) return nullptr;
-    auto* const message = new (place) PmxI18Msg{};
-    message->set = set;
-    message->key = key;
-    message->arena = arena;
-    if (set_text(message, &PmxI18Msg::catalog, catalog) &&
-        set_text(message, &PmxI18Msg::text, text)) {
-        return message;
-    }
-    pmxIntlFreeI18Msg(message);
-    return nullptr;
-}
-
-bool add_parm(PmxI18Msg* message, const PmxParm& parm) {
-    if (message->parms == nullptr) message->parms = make_chain<PmxParmList>(message->arena);
-    return ParmList::append(message->parms, &parm) != 0;
 }
 
 }  // namespace vel::log

@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstdarg>
 #include <cstdint>
+#include <new>
 
 #include "log/collections.h"
 #include "log/message_table.h"
@@ -55,9 +56,28 @@ void pmxIntlLogVA(int32_t level, uint32_t number, const char* text, ...);
 namespace vel::log {
 
 // A message whose memory, and that of its parts, is the arena's; null: plain heap.
-PmxI18Msg* make_message(Arena* arena, const char* catalog, uint32_t set, uint32_t key,
-                        const char* text);
-bool add_parm(PmxI18Msg* message, const PmxParm& parm);
+inline PmxI18Msg* make_message(Arena* arena, const char* catalog, uint32_t set, uint32_t key,
+                               const char* text) {
+    void* const place = allocate_in(arena, sizeof(PmxI18Msg));
+    if (place == nullptr) return nullptr;
+    auto* const message = new (place) PmxI18Msg{.catalog = copy_text_in(arena, catalog),
+                                                .set = set,
+                                                .key = key,
+                                                .text = copy_text_in(arena, text),
+                                                .parms = nullptr,
+                                                .locale = nullptr,
+                                                .arena = arena};
+    const bool complete = (message->catalog != nullptr || catalog == nullptr) &&
+                          (message->text != nullptr || text == nullptr);
+    if (complete) return message;
+    pmxIntlFreeI18Msg(message);
+    return nullptr;
+}
+
+inline bool add_parm(PmxI18Msg* message, const PmxParm& parm) {
+    if (message->parms == nullptr) message->parms = make_chain<PmxParmList>(message->arena);
+    return ParmList::append(message->parms, &parm) != 0;
+}
 
 using OwnedMsg = runtime::Owned<PmxI18Msg, pmxIntlFreeI18Msg>;
 

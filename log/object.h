@@ -108,7 +108,11 @@ class Delivery {
     ~Delivery() {
         if (object_ == nullptr) return;
         object_->busy = false;
-        pmxIntlReleaseObject(object_);
+        if (object_->references > 2) {  // the usual case: it does not end here
+            --object_->references;
+        } else {
+            pmxIntlReleaseObject(object_);
+        }
     }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
