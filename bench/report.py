@@ -224,12 +224,12 @@ PARTS = {
     "log": (log_rows, "Logging", "performance-log.svg", ["ratio"],
             "An event has a number and a text for parameters, and its place in the source. spdlog gets the same; "
             "its whole call\nformats them by the default pattern into a `basic_logger_mt`, whose file keeps its usual "
-            "buffer and is not flushed. A\ncall that is not loggable is one of a lower level; the look at the level is in the "
-            "caller, as g++ can put it there.\nAllocations are those of the toolkit for each event but the first. Among 10,000 names of 12 to 36 bytes each is looked up, in a "
-            "shuffled order; `std::unordered_map` finds a C text by\nway of a `std::string`, and takes no lock. The "
-            "look-up of classes is that inside the toolkit, which takes none,\neither. A properties file is opened and "
-            "the toolkit closed again; where the time grows with the entries, ten times\nas many take 10 times as "
-            "long."),
+            "buffer and is not flushed. A\ncall that is not loggable is one of a lower level; the look at the level is "
+            "in the caller, as g++ can put it there.\nAllocations are those of the toolkit for each event but the first. Among 10,000 names\n"
+            "of 12 to 36 bytes each is looked up, in a shuffled order; `std::unordered_map` finds a C text by way of a\n"
+            "`std::string`, and takes no lock. The look-up of classes is that inside the toolkit, which takes none, "
+            "either. A\nproperties file is opened and the toolkit closed again; where the time grows with the entries, "
+            "ten times as many\ntake 10 times as long."),
 }
 
 
