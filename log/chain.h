@@ -25,8 +25,9 @@ struct Chain {
     Link* head = nullptr;
     Link* tail = nullptr;
     int32_t count = 0;
-    uint32_t slot_count = 0;  // of the index, a power of two; 0: there is none
-    Link** slots = nullptr;   // open addressing; the link that a probe finds first
+    // The index: open addressing, slots by a power of two. Looking up may make it.
+    mutable uint32_t slot_count = 0;
+    mutable Link** slots = nullptr;  // null: there is none
     Walk<Link>* walks = nullptr;
     Arena* arena = nullptr;  // where links and elements lie; null: on the heap
 };
@@ -95,8 +96,8 @@ class Walk {
 template <class Container>
 Walk(Container*) -> Walk<typename Container::Link>;
 
-// Keys that one looks for. Elements are compared one by one as long as there are few of them; more
-// get a hash index, which is given up when there is no memory for it.
+// Keys that one looks for. Elements are compared one by one as long as there are few of them; the
+// first look-up among more makes a hash index, which is given up when there is no memory for it.
 template <class C, class Key>
 struct Lookup {
     using Link = typename C::Link;
@@ -104,6 +105,7 @@ struct Lookup {
     static constexpr int32_t kUnindexed = 32;
 
     static Link* find(const C* chain, Wanted wanted) {
+        if (chain->slots == nullptr && chain->count > kUnindexed) rebuild(chain);
         if (chain->slots == nullptr) {
             Link* link = chain->head;
             while (link != nullptr && !Key::same(link, wanted)) link = link->next;
@@ -118,7 +120,7 @@ struct Lookup {
 
     // To be told of each link that was appended, and of each that is to be unlinked.
     static void enter(C* chain, Link* link) {
-        if (chain->slots == nullptr && chain->count <= kUnindexed) return;
+        if (chain->slots == nullptr) return;
         if (static_cast<uint32_t>(chain->count) > chain->slot_count / 2) {
             rebuild(chain);
         } else {
@@ -143,14 +145,14 @@ struct Lookup {
     }
 
   private:
-    static void place(C* chain, Link* link) {
+    static void place(const C* chain, Link* link) {
         const uint32_t mask = chain->slot_count - 1;
         uint32_t at = link->hash & mask;
         while (chain->slots[at] != nullptr) at = (at + 1) & mask;
         chain->slots[at] = link;
     }
 
-    static void rebuild(C* chain) {
+    static void rebuild(const C* chain) {
         const bool hashed = chain->slots != nullptr;  // all but the new one
         release_in(chain->arena, chain->slots);
         const auto slot_count =
@@ -458,8 +460,12 @@ struct Group : Items<C, How> {
     }
 
     static int add(C* group, typename How::In element) {
-        if (group == nullptr || element == nullptr || Find::find(group, element) != nullptr)
-            return 0;
+        return find(group, element) == nullptr && add_new(group, element);
+    }
+
+    // The same of an element that the caller knows not to be there.
+    static int add_new(C* group, typename How::In element) {
+        if (group == nullptr || element == nullptr) return 0;
         Link* const link = Base::template add_link<true>(group, element);
         if (link == nullptr) return 0;
         Find::enter(group, link);

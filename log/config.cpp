@@ -40,7 +40,10 @@ bool record_parent(PmxObjCfg* cfg, const char* parent) {
 int adopt_child(PmxObjCfg* cfg, PmxObjCfg* child) {
     if (cfg->children == nullptr) cfg->children = StringGroup::alloc();
     if (cfg->children == nullptr) return 0;
-    const int added = StringGroup::add(cfg->children, child->name);
+    // As long as the tree is what the log manager made it, a name that is new is no child yet.
+    const int added = toolkit.tree_changed_by_hand
+                          ? StringGroup::add(cfg->children, child->name)
+                          : StringGroup::add_new(cfg->children, child->name);
     record_parent(child, cfg->name);
     return added;
 }

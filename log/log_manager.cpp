@@ -89,7 +89,7 @@ int pmxIntlLogMgrAddCfg(PmxObjCfg* cfg) {
         take_over_children(parent.get(), parent_name.get(), cfg);
         adopt_child(parent.get(), cfg);
     }
-    StringGroup::add(toolkit.configuration_names, cfg->name);
+    StringGroup::add_new(toolkit.configuration_names, cfg->name);  // as it is in the table
     return 1;
 }
 
