@@ -1,3 +1,4 @@
+// The lock of the toolkit, and what becomes of it around a fork.
 #include "log/api_lock.h"
 
 #include <pthread.h>

@@ -17,8 +17,8 @@ namespace vel::log {
 template <class Link>
 class Walk;
 
-// What every container begins with. Three pointers more than head and tail would need buy walks
-// that bear changes, elements in one block, and look-ups that do not walk.
+// What every container is. What is behind the count buys look-ups that do not walk, walks that bear
+// changes, and elements in one block.
 template <class LinkType>
 struct Chain {
     using Link = LinkType;
@@ -184,6 +184,14 @@ void free_index(C* chain) {
     chain->slot_count = 0;
 }
 
+// Of an empty one. An index may have come up again: an element's end may have looked something up.
+template <class C>
+void free_chain(C* chain) {
+    free_index(chain);
+    Walk<typename C::Link>::end_all(chain);
+    release_in(chain->arena, chain);
+}
+
 template <class C>
 void append_link(C* chain, typename C::Link* link) {
     link->next = nullptr;
@@ -226,9 +234,8 @@ inline uint32_t hash_address(const void* address) {
     return static_cast<uint32_t>((reinterpret_cast<uintptr_t>(address) * kMultiplier) >> 32);
 }
 
-// ---- Who owns an element: each policy says how a container takes it in, drops it, and lends it to
-// a caller
-// -----------------------------------------------------------------------------------------
+// ---- Policies: how elements are taken in, dropped, and lent to a caller
+// ---------------------------
 
 // Copied in, copied out. A link is allocated with room behind it for what its element needs there.
 struct Text {
@@ -309,8 +316,7 @@ struct Map {
         if (map == nullptr) return;
         free_index(map);  // else each removal would look into it
         while (map->head != nullptr) remove(map->head);
-        Walk<Link>::end_all(map);
-        release_in(map->arena, map);
+        free_chain(map);
     }
 
     static Link* find(const C* map, const char* key) {
@@ -425,11 +431,6 @@ struct Items {
         release_in(arena, link);
         if (!goes_with_link) How::drop(arena, item);
     }
-
-    static void free_chain(C* chain) {
-        Walk<Link>::end_all(chain);
-        release_in(chain->arena, chain);
-    }
 };
 
 // Each element once.
@@ -452,7 +453,7 @@ struct Group : Items<C, How> {
         if (group == nullptr) return;
         free_index(group);  // else each removal would look into it
         while (group->head != nullptr) remove(group->head);
-        Base::free_chain(group);
+        free_chain(group);
     }
 
     static Link* find(const C* group, typename How::In element) {
@@ -502,7 +503,7 @@ struct List : Items<C, How> {
     static void free(C* list) {
         if (list == nullptr) return;
         while (list->head != nullptr) Base::remove_link(list, list->head);
-        Base::free_chain(list);
+        free_chain(list);
     }
 
     static int append(C* list, typename How::In element) {
