@@ -2,7 +2,6 @@
 #include <string.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <string_view>
 
 #include "i18n/catalog.h"

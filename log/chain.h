@@ -234,8 +234,7 @@ inline uint32_t hash_address(const void* address) {
     return static_cast<uint32_t>((reinterpret_cast<uintptr_t>(address) * kMultiplier) >> 32);
 }
 
-// ---- Policies: how elements are taken in, dropped, and lent to a caller
-// ---------------------------
+// ---- Policies: how elements are taken in, dropped, and lent to a caller -------------------------
 
 // Copied in, copied out. A link is allocated with room behind it for what its element needs there.
 struct Text {
