@@ -94,7 +94,12 @@ int pmxIntlLogMgrAddCfg(PmxObjCfg* cfg) {
 }
 
 int pmxIntlLogMgrRemCfg(PmxObjCfg* cfg) {
-    if (cfg == nullptr || !pmxIntlLogMgrHasCfg(cfg->name)) return 0;
+    if (cfg == nullptr) return 0;
+    const PmxStringToObjCfgMapLink* const entry =
+        StringToObjCfgMap::find(toolkit.configurations, cfg->name);
+    if (entry == nullptr) return 0;
+    // Of one that has only the name, what it records need not be where that name is.
+    if (entry->value != cfg) toolkit.tree_changed_by_hand = true;
     const CfgRef pin = CfgRef::share(cfg);
     StringToObjCfgMap::rem(toolkit.configurations, cfg->name);
     const bool own_parent =

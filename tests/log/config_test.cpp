@@ -82,6 +82,16 @@ TEST_F(ConfigTest, MovesChildrenThatRecordAnotherParentUnderANewSibling) {
     EXPECT_EQ(parent("a.b.c"), "a.b");
 }
 
+TEST_F(ConfigTest, NamesAChildOnceThoughAnotherOfItsNameWasRemoved) {
+    cfg("a");
+    PmxObjCfg* const stale = cfg("a.b.c");  // records a as its parent
+    PmxLogMgrRemCfg(stale);
+    for (const char* name : {"a.b", "a.b.c"}) cfg(name);
+    EXPECT_EQ(PmxLogMgrRemCfg(stale) + PmxLogMgrHasCfg("a.b.c"), 1);
+    cfg("a.b.c");
+    EXPECT_EQ(children("a.b"), "a.b.c ");
+}
+
 TEST_F(ConfigTest, EndsInheritanceWhereParentsFormARing) {
     PmxObjCfgAddChild(cfg("a"), cfg("b"));
     PmxObjCfgAddChild(cfg("b"), cfg("a"));
