@@ -85,8 +85,9 @@ static bool read_directory(Catalog& catalog) {
 }
 
 Catalog* read_catalog(const char* path, uint32_t flags) {
-    auto* catalog = new (std::nothrow) Catalog(path, flags);
-    if (catalog == nullptr) return nullptr;
+    void* const place = malloc(sizeof(Catalog));  // as for a handle in code_set.cpp
+    if (place == nullptr) return nullptr;
+    auto* catalog = new (place) Catalog(path, flags);
     if (catalog->file.is_open() && read_directory(*catalog)) return catalog;
     real_catclose(catalog);
     return nullptr;
@@ -99,7 +100,8 @@ void real_catclose(Catalog* catalog) {
         mab_cs_free(catalog->sets[i].default_cs);
     }
     free(catalog->sets);
-    delete catalog;
+    catalog->~Catalog();
+    free(catalog);
 }
 
 // ---- A set ----------------------------------------------------------------------------------

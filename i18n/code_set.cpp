@@ -32,10 +32,17 @@ static void attach(uc_ch_t& cs, LoadedTable* table) {
     memcpy(cs.attr_c, image + kAttrCOffset, sizeof cs.attr_c);
 }
 
+// A copy of a handle; null: no memory. (Not by new, which would bring in all that it takes to
+// throw, and with it what the C++ library does before main.)
+static uc_ch_t* new_handle(const uc_ch_t& model) {
+    void* place = malloc(sizeof model);
+    return place == nullptr ? nullptr : new (place) uc_ch_t(model);
+}
+
 // A handle for a normalised name or a path.
 static uc_ch_t* cs_new(const char* name) {
     if (strcmp(name, "UTF8") == 0) return code_sets.utf8_cs;
-    auto* cs = new (std::nothrow) uc_ch_t;
+    auto* cs = new_handle({});
     if (cs == nullptr) return nullptr;
     if (strcmp(name, "INTERNAL37") == 0) {
         cs->kind = kOs;
@@ -43,7 +50,7 @@ static uc_ch_t* cs_new(const char* name) {
     }
     LoadedTable* table = get_table(name);
     if (table == nullptr) {
-        delete cs;
+        free(cs);
         return nullptr;
     }
     attach(*cs, table);
@@ -95,12 +102,12 @@ int32_t mab_cs_free(uc_ch_t* cs) {
     if (cs == code_sets.def_cs) code_sets.def_cs = code_sets.os_cs;
     if (cs == code_sets.os_loc_cs) code_sets.os_loc_cs = code_sets.os_cs;
     let_go(cs->loaded);
-    delete cs;
+    free(cs);
     return 0;
 }
 
 uc_ch_t* mab_dup_handle(uc_ch_t* cs) {
-    auto* copy = new (std::nothrow) uc_ch_t(*or_default(cs));
+    auto* copy = new_handle(*or_default(cs));
     if (copy == nullptr) return nullptr;
     copy->from_state = 0;
     copy->to_state = 0;
