@@ -33,6 +33,23 @@ int append(CxStringBuff* buff, const char* bytes, size_t count) {
     return 1;
 }
 
+// Appends a text that is short, with room to spare; false: nothing has been done. Looking for its
+// end and copying at once takes half the time of the two calls of the C library.
+bool append_short(CxStringBuff* buff, const char* text) {
+    constexpr int32_t kShort = 32;
+    const bool roomy = buff->text != nullptr && buff->capacity - buff->length > kShort;
+    if (!roomy || own_offset(buff, text) >= 0) return false;
+    char* const end = buff->text + buff->length;
+    for (int32_t i = 0; i < kShort; ++i) {
+        end[i] = text[i];
+        if (text[i] != '\0') continue;
+        buff->length += i;
+        return true;
+    }
+    *end = '\0';
+    return false;
+}
+
 char to_ebcdic(char ascii) { return static_cast<char>(ascii == '-' ? 0x60 : 0xF0 + (ascii - '0')); }
 
 template <class Number>
@@ -122,7 +139,8 @@ int cxStringBuffHasCapacity(CxStringBuff* buff, size_t extra) {
 }
 
 int CxStringBuffAppendStr(CxStringBuff* buff, const char* text) {
-    return buff != nullptr && text != nullptr && append(buff, text, strlen(text));
+    if (buff == nullptr || text == nullptr) return 0;
+    return append_short(buff, text) || append(buff, text, strlen(text));
 }
 
 int CxStringBuffAppendStrN(CxStringBuff* buff, const char* text, int32_t n) {
