@@ -31,7 +31,7 @@ class Arena {
     // A copy of a text that is short and fits, else null. Looking for its end and copying at once
     // takes a third of the time of the two calls of the C library.
     char* copy_short(const char* text) {
-        constexpr ptrdiff_t kShort = 32;
+        constexpr ptrdiff_t kShort = 64;
         const ptrdiff_t most = std::min(kShort, end_ - next_);
         for (ptrdiff_t i = 0; i < most; ++i) {
             next_[i] = text[i];

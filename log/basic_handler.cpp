@@ -14,12 +14,20 @@ void set_formatter_name(PmxObject* handler, const char* key) {
 
 constexpr Property kProperties[] = {{"formatterName", set_formatter_name}};
 
-// The operations of a handler's formatter; null: the object is no handler, or has none.
-const FormatterOps* formatter_of(const PmxObject* handler) {
-    if (!is_kind(handler, PMX_HANDLER) || !is_kind(handler->formatter, PMX_FORMATTER)) {
-        return nullptr;
-    }
-    return &handler->formatter->cls->formatter;
+// The formatter of a handler, held while one of its operations runs: what that reports may lead to
+// another taking its place. None: the object is no handler, or has none.
+ObjectRef formatter_of(const PmxObject* handler) {
+    const bool any = is_kind(handler, PMX_HANDLER) && is_kind(handler->formatter, PMX_FORMATTER);
+    return any ? ObjectRef::share(handler->formatter) : ObjectRef();
+}
+
+// What an operation of the handler's formatter makes; null: there is no such operation.
+template <class Operation, class... Event>
+char* make_text(const PmxObject* handler, Operation FormatterOps::*operation, Event... event) {
+    const ObjectRef formatter = formatter_of(handler);
+    if (!formatter) return nullptr;
+    const Operation make = formatter->cls->formatter.*operation;
+    return make == nullptr ? nullptr : make(formatter.get(), event...);
 }
 
 }  // namespace
@@ -28,7 +36,7 @@ const FormatterOps* formatter_of(const PmxObject* handler) {
 using namespace vel::log;
 
 PmxObject* pmxIntlHandlerGetFormatter(PmxObject* handler) {
-    return is_kind(handler, PMX_HANDLER) ? pmxIntlAcquireObject(handler->formatter) : nullptr;
+    return formatter_of(handler).release();
 }
 
 void pmxIntlHandlerSetFormatter(PmxObject* handler, PmxObject* formatter) {
@@ -39,19 +47,15 @@ void pmxIntlHandlerSetFormatter(PmxObject* handler, PmxObject* formatter) {
 }
 
 char* pmxIntlHandlerGetFmtHeader(PmxObject* handler) {
-    const FormatterOps* const can = formatter_of(handler);
-    return can == nullptr || can->get_header == nullptr ? nullptr : can->get_header();
+    return make_text(handler, &FormatterOps::get_header);
 }
 
 char* pmxIntlHandlerGetFmtTrailer(PmxObject* handler) {
-    const FormatterOps* const can = formatter_of(handler);
-    return can == nullptr || can->get_trailer == nullptr ? nullptr : can->get_trailer();
+    return make_text(handler, &FormatterOps::get_trailer);
 }
 
 char* pmxIntlHandlerDoFmt(PmxObject* handler, PmxEvent* event) {
-    const FormatterOps* const can = formatter_of(handler);
-    if (can == nullptr || can->format == nullptr) return nullptr;
-    return can->format(handler->formatter, event);
+    return make_text(handler, &FormatterOps::format, event);
 }
 
 void PmxBasicHandlerFCfgChange(PmxObject* handler, const char* property) {

@@ -304,7 +304,9 @@ struct Map {
     struct Key {
         using Wanted = const char*;
         static const char* of(const Link* link) { return link->key; }
-        static bool same(const Link* link, const char* key) { return strcmp(link->key, key) == 0; }
+        static bool same(const Link* link, const char* key) {
+            return link->key[0] == key[0] && strcmp(link->key, key) == 0;
+        }
         static uint32_t hash(const char* key) { return hash_text(key); }
     };
     using Find = Lookup<C, Key>;

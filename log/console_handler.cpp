@@ -1,7 +1,6 @@
 // "pmx_consolehandler" and "pmx_stderrhandler": records go to standard output or standard error in
 // the local code set.
 #include <cstdio>
-#include <new>
 
 #include "log/classes.h"
 #include "log/message.h"
@@ -51,10 +50,7 @@ void print_record(PmxObject* handler, PmxEvent* event, FILE* stream) {
 
 using namespace vel::log;
 
-void* PmxConsoleHandlerFAllocVars(void) {
-    void* const place = RakMemoryMalloc(sizeof(ConsoleVars));
-    return place == nullptr ? nullptr : new (place) ConsoleVars;
-}
+void* PmxConsoleHandlerFAllocVars(void) { return make_vars<ConsoleVars>(); }
 
 void PmxConsoleHandlerFFreeVars(void* vars) { RakMemoryFree(vars); }
 

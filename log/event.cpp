@@ -9,8 +9,12 @@
 namespace vel::log {
 namespace {
 
-constexpr size_t kEventBlock = 2048;  // bytes; room for a usual event with all that it copies
 constexpr int kMaxMarkers = 63;
+
+// The properties that a place in the source becomes.
+constexpr const char* kSourceFile = "pmx_prop_srcfile";
+constexpr const char* kSourceLine = "pmx_prop_srcline";
+constexpr const char* kSourceFunction = "pmx_prop_srcfunction";
 
 PmxStringToStringMap* make_properties(PmxEvent* event) {
     if (event->properties == nullptr) {
@@ -24,11 +28,11 @@ void settle_place(PmxEvent* event) {
     const SourcePlace* const place = std::exchange(event->place, nullptr);
     if (place == nullptr) return;
     if (place->file != nullptr) {
-        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfile", place->file);
-        pmxIntlSetMapPropInt(make_properties(event), "pmx_prop_srcline", place->line);
+        pmxIntlSetMapProp(make_properties(event), kSourceFile, place->file);
+        pmxIntlSetMapPropInt(make_properties(event), kSourceLine, place->line);
     }
     if (place->function != nullptr) {
-        pmxIntlSetMapProp(make_properties(event), "pmx_prop_srcfunction", place->function);
+        pmxIntlSetMapProp(make_properties(event), kSourceFunction, place->function);
     }
 }
 
@@ -61,11 +65,12 @@ bool is_level(int32_t marker) {
            (marker >= PMX_ALL && marker <= PMX_FATAL && marker % kStep == 0);
 }
 
-void read_arguments(PmxEvent* event, va_list arguments) {
+// What is wrong with the list; catalog_name: nothing.
+Msg read_arguments(PmxEvent* event, va_list arguments) {
     for (int markers = 0; markers < kMaxMarkers; ++markers) {
         PmxParm parm;
         parm.type = va_arg(arguments, int32_t);
-        if (parm.type == PMX_END) return;
+        if (parm.type == PMX_END) return Msg::catalog_name;
         const bool is_property = parm.type == PMX_PROPERTY;
         const char* const name = is_property ? va_arg(arguments, const char*) : nullptr;
         if (is_property) parm.type = va_arg(arguments, int32_t);
@@ -91,7 +96,7 @@ void read_arguments(PmxEvent* event, va_list arguments) {
                 parm.value.text = va_arg(arguments, char*);
                 break;
             default:
-                if (!is_level(parm.type)) return report(PMX_ERROR, Msg::list_without_markers);
+                if (!is_level(parm.type)) return Msg::list_without_markers;
                 event->level = parm.type;
                 continue;
         }
@@ -101,7 +106,7 @@ void read_arguments(PmxEvent* event, va_list arguments) {
             add_parm(event->message, parm);
         }
     }
-    report(PMX_ERROR, Msg::list_not_ended);
+    return Msg::list_not_ended;
 }
 
 // Puts a copy of a text, or null, in the place of another; all stays when there is no memory.
@@ -111,25 +116,51 @@ void replace_text(PmxEvent* event, char*& slot, const char* text) {
     event->arena.release(std::exchange(slot, copy));
 }
 
-// The block of the last event serves the next: logging calls for no memory then.
-PmxEvent* make_event() {
-    void* block = std::exchange(toolkit.spare_event, nullptr);
-    if (block == nullptr) block = RakMemoryMalloc(kEventBlock);
-    if (block == nullptr) return nullptr;
-    char* const begin = static_cast<char*>(block) + sizeof(PmxEvent);
-    return new (block) PmxEvent{.arena = Arena(begin, static_cast<char*>(block) + kEventBlock)};
-}
-
-void give_back(PmxEvent* event) {
-    void* const block = event;
-    if (toolkit.open && toolkit.spare_event == nullptr) {
-        toolkit.spare_event = block;
-    } else {
-        RakMemoryFree(block);
-    }
-}
-
 }  // namespace
+
+PmxEvent* begin_event(EventBlock* block, int32_t level, const char* catalog, uint32_t set,
+                      uint32_t key, const char* text, va_list arguments) {
+    auto* const event = new (block) PmxEvent{
+        .arena = Arena(block->bytes + sizeof(PmxEvent), block->bytes + sizeof block->bytes)};
+    event->level = level;
+    event->is_message = catalog != nullptr;
+    event->message = make_message(&event->arena, catalog, set, key, text);
+    if (event->message == nullptr) return nullptr;
+    event->fault = read_arguments(event, arguments);
+    return event;
+}
+
+void time_event(PmxEvent* event) {
+    event->time = CxSystemGetTimestamp();
+    if (event->fault != Msg::catalog_name) report(PMX_ERROR, event->fault);
+}
+
+void end_event(PmxEvent* event) {
+    if (event == nullptr || !event->arena.has_spilled()) return;
+    pmxIntlFreeI18Msg(event->message);
+    StringToStringMap::free(event->properties);
+    event->arena.release(event->message_id);
+    event->arena.release(event->locale);
+}
+
+EventSource source_of(const PmxEvent* event) {
+    EventSource source;
+    if (event->place != nullptr) {
+        const auto& [file, function, line] = *event->place;
+        source = {file, function, line, file != nullptr};
+    }
+    if (event->properties == nullptr) return source;
+    if (source.file == nullptr) {
+        int found = 0;
+        source.file = peek_property(event->properties, kSourceFile);
+        source.line = pmxIntlGetMapPropInt(event->properties, kSourceLine, &found);
+        source.has_line = found != 0;
+    }
+    if (source.function == nullptr) {
+        source.function = peek_property(event->properties, kSourceFunction);
+    }
+    return source;
+}
 
 const PmxStringToStringMap* properties_of(PmxEvent* event) {
     if (event == nullptr) return nullptr;
@@ -143,29 +174,20 @@ using namespace vel::log;
 
 PmxEvent* pmxIntlVaAllocEvent(int32_t level, const char* catalog, uint32_t set, uint32_t key,
                               const char* text, va_list arguments) {
-    PmxEvent* const event = make_event();
-    if (event == nullptr) return nullptr;
-    event->time = CxSystemGetTimestamp();
-    event->level = level;
-    event->is_message = catalog != nullptr;
-    event->message = make_message(&event->arena, catalog, set, key, text);
-    if (event->message == nullptr) {
-        give_back(event);
-        return nullptr;
+    auto* const block = static_cast<EventBlock*>(RakMemoryMalloc(sizeof(EventBlock)));
+    if (block == nullptr) return nullptr;
+    PmxEvent* const event = begin_event(block, level, catalog, set, key, text, arguments);
+    if (event == nullptr) {
+        RakMemoryFree(block);
+    } else {
+        time_event(event);
     }
-    read_arguments(event, arguments);
     return event;
 }
 
 void pmxIntlFreeEvent(PmxEvent* event) {
-    if (event == nullptr) return;
-    if (event->arena.has_spilled()) {
-        pmxIntlFreeI18Msg(event->message);
-        StringToStringMap::free(event->properties);
-        event->arena.release(event->message_id);
-        event->arena.release(event->locale);
-    }
-    give_back(event);
+    end_event(event);
+    RakMemoryFree(event);
 }
 
 int64_t pmxIntlGetEventTime(const PmxEvent* event) { return event == nullptr ? 0 : event->time; }
@@ -239,7 +261,7 @@ int pmxIntlSetEventPropDouble(PmxEvent* event, const char* name, double value) {
 
 char* pmxIntlBindEventMsg(PmxEvent* event, PmxBindMsgOp binder) {
     if (event == nullptr || binder == nullptr) return nullptr;
-    if (event->locale != nullptr) pmxIntlSetI18MsgLocale(event->message, event->locale);
+    prepare_binding(event);
     // The public form would want the lock that is held here.
     return binder == PmxBindI18Msg ? pmxIntlBindI18Msg(event->message) : binder(event->message);
 }

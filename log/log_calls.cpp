@@ -25,24 +25,41 @@ struct Record {
     SourcePlace place{};
 };
 
-void deliver_record(PmxObject* logger, const Record& record, va_list arguments) {
-    const PmxLogOp log =
-        is_kind(logger, PMX_LOGGER) && logger->enabled ? logger->cls->logger.log : nullptr;
-    if (log == nullptr) return;
-    const OwnedEvent event(pmxIntlVaAllocEvent(record.level, record.catalog, record.set, record.key,
-                                               record.text, arguments));
-    if (event == nullptr) return;
-    event->is_message = record.is_message;
-    event->place = &record.place;
-    const Delivery delivery(logger);
-    if (delivery) log(logger, event.get());
-}
+// An event of a call, on the stack: threads that log in turn need not hand it from one processor to
+// the other.
+class CallEvent {
+  public:
+    CallEvent(const Record& record, va_list arguments)
+        : event_(begin_event(&block_, record.level, record.catalog, record.set, record.key,
+                             record.text, arguments)) {
+        if (event_ == nullptr) return;
+        event_->is_message = record.is_message;
+        event_->place = &record.place;
+    }
+    ~CallEvent() { end_event(event_); }
+    CallEvent(const CallEvent&) = delete;
+    CallEvent& operator=(const CallEvent&) = delete;
+
+    void deliver_to(PmxObject* logger) {
+        const PmxLogOp log =
+            is_kind(logger, PMX_LOGGER) && logger->enabled ? logger->cls->logger.log : nullptr;
+        if (log == nullptr || event_ == nullptr) return;
+        time_event(event_);
+        const Delivery delivery(logger);
+        if (delivery) log(logger, event_);
+    }
+
+  private:
+    EventBlock block_;
+    PmxEvent* event_;  // null: no memory
+};
 
 // What all logging calls come down to, but for those that are not loggable: they have returned by
-// then.
+// then. The arguments are copied before the lock is taken, so that others need not wait for that.
 [[gnu::noinline]] void log_record(PmxObject* logger, const Record& record, va_list arguments) {
+    CallEvent event(record, arguments);
     const ApiLock lock;
-    if (lock) deliver_record(logger, record, arguments);
+    if (lock) event.deliver_to(logger);
 }
 
 void log_message(PmxObject* logger, int32_t level, const char* catalog, uint32_t set, uint32_t key,
@@ -123,7 +140,7 @@ void pmxIntlLogVA(int32_t level, uint32_t number, const char* text, ...) {
                         .set = kMessageSet,
                         .key = number,
                         .text = text};
-    deliver_record(toolkit.error_logger, record, arguments);
+    CallEvent(record, arguments).deliver_to(toolkit.error_logger);
     va_end(arguments);
     toolkit.delivering_report = false;
 }

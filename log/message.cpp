@@ -45,6 +45,22 @@ bool same_parms(const PmxParm* a, const PmxParm* b) {
     }
 }
 
+bool append_bound(CxStringBuff* buff, const PmxI18Msg* message) {
+    const char* format = message->text;
+    mab_cat_t* catalog = nullptr;
+    if (message->catalog != nullptr) {
+        // Messages are shown before the toolkit is opened, and after it is closed, too.
+        uc_ch_t* const utf8 = toolkit.utf8 != nullptr ? toolkit.utf8 : mab_cs_new("UTF8");
+        catalog = mab_catopen(message->catalog, MAB_CAT_LC_MESSAGES, message->locale);
+        format = mab_catgets(catalog, static_cast<int32_t>(message->set),
+                             static_cast<int32_t>(message->key), message->text, utf8);
+    }
+    const bool formatted = append_formatted(buff, format, message->parms);
+    mab_catclose(catalog);
+    if (formatted) return true;
+    return message->text != nullptr && CxStringBuffAppendStr(buff, message->text);
+}
+
 }  // namespace vel::log
 
 using namespace vel::log;
@@ -131,17 +147,6 @@ int pmxIntlAddI18MsgParmBool(PmxI18Msg* message, int value) {
 }
 
 char* pmxIntlBindI18Msg(PmxI18Msg* message) {
-    if (message == nullptr) return nullptr;
-    const char* format = message->text;
-    mab_cat_t* catalog = nullptr;
-    if (message->catalog != nullptr) {
-        // Messages are shown before the toolkit is opened, and after it is closed, too.
-        uc_ch_t* const utf8 = toolkit.utf8 != nullptr ? toolkit.utf8 : mab_cs_new("UTF8");
-        catalog = mab_catopen(message->catalog, MAB_CAT_LC_MESSAGES, message->locale);
-        format = mab_catgets(catalog, static_cast<int32_t>(message->set),
-                             static_cast<int32_t>(message->key), message->text, utf8);
-    }
-    char* const bound = pmxIntlAprintf(format, message->parms);
-    mab_catclose(catalog);
-    return bound != nullptr ? bound : RakStringDup(message->text);
+    vel::runtime::StringBuff text;
+    return message != nullptr && append_bound(&text, message) ? text.take().release() : nullptr;
 }

@@ -79,6 +79,12 @@ inline bool add_parm(PmxI18Msg* message, const PmxParm& parm) {
     return ParmList::append(message->parms, &parm) != 0;
 }
 
+// Appends the message as text, all of it or nothing; false: there is none, or no memory.
+bool append_bound(CxStringBuff* buff, const PmxI18Msg* message);
+
+// Appends a format with its parameters; false, and nothing appended: it cannot be printed.
+bool append_formatted(CxStringBuff* buff, const char* format, const PmxParmList* parms);
+
 using OwnedMsg = runtime::Owned<PmxI18Msg, pmxIntlFreeI18Msg>;
 
 // The type that goes before an argument of a logging call, and the argument as it is passed.

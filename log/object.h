@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <utility>
 
 #include "log/classes.h"
@@ -80,6 +81,13 @@ inline void set_gate(PmxObject* object, int32_t enabled, int32_t level) {
 
 inline bool is_kind(const PmxObject* object, uint32_t kind) {
     return object != nullptr && object->cls != nullptr && object->cls->kind == kind;
+}
+
+// Makes the variables of an object, as their type initialises them; null: no memory.
+template <class Vars>
+Vars* make_vars() {
+    void* const place = RakMemoryMalloc(sizeof(Vars));
+    return place == nullptr ? nullptr : new (place) Vars;
 }
 
 // The variables of an object; null when there are none or the object is of another class.

@@ -9,6 +9,7 @@
 
 #include <stdio.h>
 
+#include "pmx_collections.h"
 #include "pmx_types.h"
 
 #ifdef __cplusplus
@@ -17,6 +18,8 @@ extern "C" {
 
 /* ---- Handlers and their formatters ---------------------------------------------------------- */
 
+/* The formatter, with a reference for you; null: the object is no handler, or has none. Any object
+ * may be set, or null for none; one that is no formatter counts as none. */
 PmxObject* PmxHandlerGetFormatter(PmxObject* handler);
 void PmxHandlerSetFormatter(PmxObject* handler, PmxObject* formatter);
 
@@ -60,8 +63,8 @@ void PmxConsoleHandlerFClose(PmxObject* handler);
  * defaults of formatters. There is no header and no trailer. */
 void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);
 char* PmxBasicFormatterFFormat(PmxObject* formatter, PmxEvent* event);
-char* PmxBasicFormatterFGetHeader(void);
-char* PmxBasicFormatterFGetTrailer(void);
+char* PmxBasicFormatterFGetHeader(PmxObject* formatter);
+char* PmxBasicFormatterFGetTrailer(PmxObject* formatter);
 /* A time in milliseconds since 1970 as the formatter writes it; the formatter may be null. */
 char* PmxBasicFormatterFormatDate(PmxObject* formatter, int64_t time);
 

@@ -108,8 +108,8 @@ typedef void (*PmxCloseOp)(PmxObject* handler);
 /* Formatters: an event as text; what stands before the first and after the last one; a message as
  * text. Results are new texts, or null for nothing. */
 typedef char* (*PmxFormatOp)(PmxObject* formatter, PmxEvent* event);
-typedef char* (*PmxGetHeaderOp)(void);
-typedef char* (*PmxGetTrailerOp)(void);
+typedef char* (*PmxGetHeaderOp)(PmxObject* formatter);
+typedef char* (*PmxGetTrailerOp)(PmxObject* formatter);
 typedef char* (*PmxBindMsgOp)(PmxI18Msg* message);
 
 #ifdef __cplusplus

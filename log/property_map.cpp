@@ -1,6 +1,4 @@
 // Properties as typed values: how a value is written as text, and read from it.
-#include <locale.h>
-
 #include <cerrno>
 #include <charconv>
 #include <concepts>
@@ -9,31 +7,13 @@
 #include <iterator>
 #include <limits>
 
+#include "log/c_locale.h"
 #include "log/collections.h"
 #include "runtime/cx_printf.h"
 #include "runtime/owned.h"
 
 namespace vel::log {
 namespace {
-
-// The "C" locale for this thread, so that what one process writes another reads.
-class CLocale {
-  public:
-    CLocale() : c_(newlocale(LC_ALL_MASK, "C", nullptr)), own_(uselocale(c_)) {}
-    ~CLocale() {
-        if (c_ == nullptr) return;
-        uselocale(own_);
-        freelocale(c_);
-    }
-    CLocale(const CLocale&) = delete;
-    CLocale& operator=(const CLocale&) = delete;
-
-    explicit operator bool() const { return c_ != nullptr; }
-
-  private:
-    locale_t c_;  // null: no memory; the thread's own locale is left alone then
-    locale_t own_;
-};
 
 int set_number(PmxStringToStringMap* map, const char* key, std::signed_integral auto number) {
     char text[std::numeric_limits<decltype(number)>::digits10 + 3];  // a digit, a sign, a zero more

@@ -64,26 +64,30 @@ void print_error(const char* text, const char* argument) {
     print_local(stderr, formatted ? CxStringBuffPeekStr(&buff) : text, '\n');
 }
 
+bool append_formatted(CxStringBuff* buff, const char* format, const PmxParmList* parms) {
+    constexpr int32_t kUsual = 16;
+    runtime::GrowingList<CxPrintfArg, kUsual> arguments;
+    for (const PmxParmListLink* link = ParmList::begin(parms); link != nullptr; link = link->next) {
+        CxPrintfArg* const argument = arguments.add();
+        if (argument == nullptr) return false;
+        *argument = argument_of(*link->item);
+    }
+    const int32_t before = buff->length;
+    const bool printed = arguments.add() != nullptr &&  // zeros: the end
+                         CxStringBuffPrintfA(nullptr, buff, format, arguments.begin());
+    // A text ends at a zero, which "%c" may print.
+    if (printed) buff->length = before + static_cast<int32_t>(strlen(buff->text + before));
+    return printed;
+}
+
 }  // namespace vel::log
 
 using namespace vel::log;
 using namespace vel::runtime;
 
 char* pmxIntlAprintf(const char* format, PmxParmList* parameters) {
-    constexpr int32_t kUsual = 16;
-    GrowingList<CxPrintfArg, kUsual> arguments;
-    for (const PmxParmListLink* link = ParmList::begin(parameters); link != nullptr;
-         link = link->next) {
-        CxPrintfArg* const argument = arguments.add();
-        if (argument == nullptr) return nullptr;
-        *argument = argument_of(*link->item);
-    }
     StringBuff buff;
-    if (arguments.add() == nullptr ||  // zeros: the end
-        !CxStringBuffPrintfA(nullptr, &buff, format, arguments.begin())) {
-        return nullptr;
-    }
-    return buff.text == nullptr ? RakStringDup("") : buff.take().release();
+    return append_formatted(&buff, format, parameters) ? buff.take().release() : nullptr;
 }
 
 int pmxIntlPrintText(FILE* stream, const char* text) {

@@ -1,6 +1,8 @@
 // Opening and closing the toolkit.
 #include "log/toolkit.h"
 
+#include <ctime>
+
 #include "log/classes.h"
 #include "log/config.h"
 #include "log/message.h"
@@ -59,6 +61,7 @@ using namespace vel::log;
 
 int pmxIntlOpenToolkit(const char* path) {
     if (toolkit.open) return 1;
+    tzset();  // localtime_r need not look at the zone
     pmxI18InitMab();
     open_log_manager();
     register_builtin_classes();
@@ -80,7 +83,6 @@ void pmxIntlCloseToolkit() {
     end_objects();
     free_classes();
     pmxI18UninitMab();
-    RakMemoryFree(std::exchange(toolkit.spare_event, nullptr));
     toolkit.open = false;
 }
 

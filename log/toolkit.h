@@ -37,7 +37,6 @@ struct Toolkit {
 
     // Events and messages
     bool delivering_report = false;  // a message of the toolkit's own is on its way
-    void* spare_event = nullptr;     // the memory of the last event, for the next
     uc_ch_t* utf8 = nullptr;
     uc_ch_t* pc = nullptr;  // a code page of PCs, and two of EBCDIC: never set here
     uc_ch_t* ebcdic_1047 = nullptr;

@@ -139,7 +139,7 @@ static int operate_on_nulls(void) {
     pmxIntlReleaseObject(0), pmxIntlSetObjectEnabled(0, 1), pmxIntlHandlerSetFormatter(0, 0);
     pmxIntlSetEventMessageId(0, 0), pmxIntlSetEventLocale(0, 0);
     return PmxLevelFilterFIsLoggable(0, 0) || PmxBasicFormatterFFormat(0, 0) ||
-           PmxBasicFormatterFGetHeader() || PmxBasicFormatterFGetTrailer() ||
+           PmxBasicFormatterFGetHeader(0) || PmxBasicFormatterFGetTrailer(0) ||
            pmxIntlGetObjVars(0) || pmxIntlGetObject(0, 0) || pmxIntlAcquireObject(0) ||
            pmxIntlGetObjectName(0) || pmxIntlIsObjectEnabled(0) || TYPED(pmxIntlGetObj) ||
            pmxIntlSetObjProp(0, 0, 0) || pmxIntlAddListener(0, 0) || pmxIntlRemListener(0, 0) ||

@@ -50,8 +50,15 @@ TEST_F(FormatterTest, WritesTheFieldsThatAnEventHas) {
     EXPECT_EQ(format(full()), "14.03|f.c|g|0||p|co|cl|s|message\n");
     PmxSetObjProp(formatter, "dateTimeFormat", std::string(500, 'x').c_str());
     EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "|message\n");
+    PmxSetObjProp(formatter, "dateTimeFormat", "%H");
+    PmxEvent* const placed = make_event(PMX_INFO, PMX_PROPERTY, "server", PMX_STRING, "s", PMX_END);
+    EXPECT_EQ(taken(PmxBasicFormatterFFormat(formatter, placed)), "14|s|message\n");
+    const vel::log::SourcePlace place{.file = "f.c", .function = "g", .line = 7};
+    placed->place = &place;
+    EXPECT_EQ(format(placed), "14|f.c|g|7|s|message\n");
     EXPECT_EQ(taken(PmxBasicFormatterFFormat(formatter, nullptr)) +
-                  taken(PmxBasicFormatterFGetHeader()) + taken(PmxBasicFormatterFGetTrailer()),
+                  taken(PmxBasicFormatterFGetHeader(formatter)) +
+                  taken(PmxBasicFormatterFGetTrailer(formatter)),
               "---");
 }
 
@@ -70,6 +77,23 @@ TEST_F(FormatterTest, WritesTheZoneOfTheProcess) {
         tzset();
         EXPECT_EQ(taken(PmxBasicFormatterFormatDate(nullptr, 1'704'204'189'045)), row.date);
     }
+}
+
+TEST_F(FormatterTest, ADateFollowsAChangeOfTheZoneWithinItsSecond) {
+    for (const auto& [zone, hour] :
+         {std::pair{"CET-1CEST,J1,J365", "+02:00"}, {"CET-1", "+01:00"}}) {
+        setenv("TZ", zone, 1);
+        tzset();
+        EXPECT_EQ(taken(PmxBasicFormatterFormatDate(nullptr, 1'720'000'000'000)).substr(23), hour);
+    }
+    EXPECT_EQ(taken(PmxBasicFormatterFormatDate(nullptr, -45)), "1970-01-01 01:00:00.-045+01:00");
+}
+
+TEST_F(FormatterTest, MessagesAreBoundByTheFormattersOwnBinder) {
+    PmxAddFormatterClass("own", nullptr, nullptr, nullptr, nullptr, PmxBasicFormatterFFormat,
+                         nullptr, nullptr, [](PmxI18Msg*) { return RakStringDup("bound"); });
+    formatter = get("own", "own");
+    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "2024-01-02 14:03:09.045+00:00 bound\n");
 }
 
 TEST_F(FormatterTest, GivesItsLocaleToTheEvent) {
@@ -96,6 +120,9 @@ TEST_F(FormatterTest, IsChosenByTheHandler) {
     EXPECT_EQ(formatter_of(), usual);
     PmxSetObjProp(handler, "formatterName", "f");
     EXPECT_EQ(formatter_of(), formatter);
+    PmxSetObjProp(handler, "formatterName", "h");  // which is none
+    EXPECT_EQ(formatter_of(), nullptr);
+    EXPECT_EQ(PmxHandlerGetFmtHeader(handler), nullptr);
     PmxHandlerSetFormatter(handler, nullptr);
     EXPECT_EQ(formatter_of(), nullptr);
     EXPECT_EQ(PmxHandlerDoFmt(handler, nullptr), nullptr);
@@ -128,7 +155,8 @@ TEST_F(FormatterTest, ConsoleHandlersPrintHeaderRecordsAndTrailer) {
     PmxAddFormatterClass(
         "framed", nullptr, nullptr, nullptr, nullptr,
         [](PmxObject*, PmxEvent* event) { return pmxIntlBindEventMsg(event, pmxIntlBindI18Msg); },
-        [] { return RakStringDup("<"); }, [] { return RakStringDup(">"); }, nullptr);
+        [](PmxObject*) { return RakStringDup("<"); }, [](PmxObject*) { return RakStringDup(">"); },
+        nullptr);
     PmxObject* const framed = get("framed", "framed");
     PmxObject* const logger = get("l", "pmx_basiclogger");
     for (const char* kind : {"pmx_consolehandler", "pmx_stderrhandler"}) {
