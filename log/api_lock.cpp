@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 
+#include "log/file_watch.h"
 #include "log/message.h"
 #include "runtime/status.h"
 
@@ -29,6 +30,7 @@ void after_fork_in_parent() {
 void after_fork_in_child() {
     api_mutex = PTHREAD_ERRORCHECK_MUTEX_INITIALIZER_NP;  // its owner was a thread of the parent
     if (held_by_forking_thread) pthread_mutex_lock(&api_mutex);
+    forget_watches();
 }
 
 void watch_forks() {

@@ -5,8 +5,8 @@ namespace vel::log {
 
 std::span<const ClassDefinition* const> builtin_classes() {
     static constexpr const ClassDefinition* kClasses[] = {
-        &kBasicLoggerClass,   &kLevelFilterClass,    &kConsoleHandlerClass,
-        &kStderrHandlerClass, &kBasicFormatterClass,
+        &kBasicLoggerClass,   &kLevelFilterClass, &kConsoleHandlerClass,
+        &kStderrHandlerClass, &kFileHandlerClass, &kBasicFormatterClass,
     };
     return kClasses;
 }

@@ -69,6 +69,7 @@ extern const ClassDefinition kBasicLoggerClass;
 extern const ClassDefinition kLevelFilterClass;
 extern const ClassDefinition kConsoleHandlerClass;
 extern const ClassDefinition kStderrHandlerClass;
+extern const ClassDefinition kFileHandlerClass;
 extern const ClassDefinition kBasicFormatterClass;
 
 // In the order of their registration.

@@ -59,6 +59,16 @@ void PmxConsoleHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kin
 void PmxStderrHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
 void PmxConsoleHandlerFClose(PmxObject* handler);
 
+/* "pmx_filehandler": "fileName", "maxFiles", "maxFileBytes", "maxFileSize", "appending",
+ * "filePermission", "dirPermission", "fileEncoding", "MPFileSemKey", "logInternalErrs", and what
+ * any handler has. A record is one write(2), done when Process returns. */
+void* PmxFileHandlerFAllocVars(void);
+void PmxFileHandlerFFreeVars(void* vars);
+void PmxFileHandlerFCfgChange(PmxObject* handler, const char* property);
+void PmxFileHandlerFOpen(PmxObject* handler);
+void PmxFileHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxFileHandlerFClose(PmxObject* handler);
+
 /* "pmx_basicformatter": "separator", "dateTimeFormat", "locale", and what any object has; the
  * defaults of formatters. There is no header and no trailer. */
 void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);

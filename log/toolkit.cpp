@@ -5,6 +5,7 @@
 
 #include "log/classes.h"
 #include "log/config.h"
+#include "log/file_watch.h"
 #include "log/message.h"
 #include "log/object.h"
 #include "log/properties_reader.h"
@@ -81,6 +82,7 @@ void pmxIntlCloseToolkit() {
     if (PmxObject* const logger = std::exchange(toolkit.error_logger, nullptr))
         --logger->references;
     end_objects();
+    forget_watches();
     free_classes();
     pmxI18UninitMab();
     toolkit.open = false;

@@ -135,7 +135,9 @@ static int operate_on_nulls(void) {
     PmxBasicHandlerFCfgChange(0, 0), PmxBasicHandlerFProcess(0, 0, 0), PmxBasicHandlerFOpen(0);
     PmxBasicHandlerFClose(0), PmxConsoleHandlerFFreeVars(0), PmxConsoleHandlerFOpen(0);
     PmxConsoleHandlerFProcess(0, 0, 0), PmxStderrHandlerFProcess(0, 0, 0);
-    PmxConsoleHandlerFClose(0), PmxBasicFormatterFCfgChange(0, 0);
+    PmxConsoleHandlerFClose(0), PmxFileHandlerFFreeVars(0), PmxFileHandlerFCfgChange(0, 0);
+    PmxFileHandlerFOpen(0), PmxFileHandlerFProcess(0, 0, 0), PmxFileHandlerFClose(0);
+    PmxBasicFormatterFCfgChange(0, 0);
     pmxIntlReleaseObject(0), pmxIntlSetObjectEnabled(0, 1), pmxIntlHandlerSetFormatter(0, 0);
     pmxIntlSetEventMessageId(0, 0), pmxIntlSetEventLocale(0, 0);
     return PmxLevelFilterFIsLoggable(0, 0) || PmxBasicFormatterFFormat(0, 0) ||

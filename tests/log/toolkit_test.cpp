@@ -63,7 +63,8 @@ TEST_F(ToolkitTest, ListsTheClassesOfAKindInTheOrderOfTheirRegistration) {
     PmxAddLoggerClass(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
     EXPECT_EQ(names(PmxGetLoggerClasses()), "pmx_basiclogger test_logger ");
     EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter test_filter ");
-    EXPECT_EQ(names(PmxGetHandlerClasses()), "pmx_consolehandler pmx_stderrhandler test_handler ");
+    EXPECT_EQ(names(PmxGetHandlerClasses()),
+              "pmx_consolehandler pmx_stderrhandler pmx_filehandler test_handler ");
     EXPECT_EQ(names(PmxGetFormatterClasses()), "pmx_basicformatter ");
 }
 

@@ -9,9 +9,9 @@
 
 class ScratchDirectory {
   public:
-    ScratchDirectory() {
-        char name[] = "/tmp/vel_test_XXXXXX";
-        if (mkdtemp(name) == nullptr) throw std::runtime_error("no scratch directory");
+    explicit ScratchDirectory(const std::filesystem::path& parent = "/tmp") {
+        std::string name = parent / "vel_test_XXXXXX";
+        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch directory");
         path_ = name;
     }
     ~ScratchDirectory() { std::filesystem::remove_all(path_); }
