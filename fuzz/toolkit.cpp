@@ -24,14 +24,19 @@ constexpr std::array kNames = {"a",
                                "/",
                                "pmxlog.errorLogger",
                                "pmxlog.stderrHandler",
-                               "pmxlog.defaultFormatter"};
-constexpr std::array kClasses = {"pmx_basiclogger",   "pmx_levelfilter",    "pmx_consolehandler",
-                                 "pmx_stderrhandler", "pmx_basicformatter", "counting"};
+                               "pmxlog.defaultFormatter",
+                               "msgFormatter"};
+constexpr std::array kClasses = {
+    "pmx_basiclogger",   "pmx_levelfilter",    "pmx_consolehandler",
+    "pmx_stderrhandler", "pmx_basicformatter", "counting",
+    "pmx_msgidfilter",   "pmx_msgidfilter",    "pmx_veltraceformatter"};
 constexpr std::array kKeys = {
-    "className", "listenerNames", "listenerNames",   "level",  "logging",        "formatterName",
-    "separator", "description",   "descriptionFile", "locale", "dateTimeFormat", "descriptionKey"};
-constexpr std::array kWords = {"on",    "off", "warn",  "5",         "",   "%s%d",
-                               "fr_FR", "a b", "c d a", "a.b a.b.c", "%Y", "no such thing"};
+    "className",      "listenerNames",  "listenerNames", "level",           "logging",
+    "formatterName",  "separator",      "description",   "descriptionFile", "locale",
+    "dateTimeFormat", "descriptionKey", "mode",          "msgIds",          "msgIdRepeatTime"};
+constexpr std::array kWords = {"on",   "off",           "warn",     "5",     "",
+                               "%s%d", "fr_FR",         "a b",      "c d a", "a.b a.b.c",
+                               "%Y",   "no such thing", "passthru", "*"};
 
 int delivered = 0;
 

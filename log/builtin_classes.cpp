@@ -5,8 +5,9 @@ namespace vel::log {
 
 std::span<const ClassDefinition* const> builtin_classes() {
     static constexpr const ClassDefinition* kClasses[] = {
-        &kBasicLoggerClass,   &kLevelFilterClass, &kConsoleHandlerClass,
-        &kStderrHandlerClass, &kFileHandlerClass, &kBasicFormatterClass,
+        &kBasicLoggerClass,    &kPDLoggerClass,       &kLevelFilterClass, &kMsgIdFilterClass,
+        &kConsoleHandlerClass, &kStderrHandlerClass,  &kFileHandlerClass, &kBasicFormatterClass,
+        &kXMLFormatterClass,   &kTraceFormatterClass,
     };
     return kClasses;
 }

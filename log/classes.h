@@ -66,11 +66,15 @@ inline bool apply_property(std::span<const Property> rows, PmxObject* object, co
 
 // The toolkit's own, each in the file of its name.
 extern const ClassDefinition kBasicLoggerClass;
+extern const ClassDefinition kPDLoggerClass;
 extern const ClassDefinition kLevelFilterClass;
+extern const ClassDefinition kMsgIdFilterClass;
 extern const ClassDefinition kConsoleHandlerClass;
 extern const ClassDefinition kStderrHandlerClass;
 extern const ClassDefinition kFileHandlerClass;
 extern const ClassDefinition kBasicFormatterClass;
+extern const ClassDefinition kXMLFormatterClass;
+extern const ClassDefinition kTraceFormatterClass;
 
 // In the order of their registration.
 std::span<const ClassDefinition* const> builtin_classes();

@@ -39,11 +39,39 @@ void PmxBasicObjectFLog(PmxObject* object, PmxEvent* event);
 /* "pmx_basiclogger": "level", and what any object has. */
 void PmxBasicLoggerFCfgChange(PmxObject* logger, const char* property);
 
+/* "pmx_pdlogger": "organization", "product", "component", "client", "server", "serverFormat",
+ * "productInstance", and what a basic logger has. Its events get these as properties, "processId"
+ * and "threadId" besides, and the identifier of their message. */
+void* PmxPDLoggerFAllocVars(void);
+void PmxPDLoggerFFreeVars(void* vars);
+void PmxPDLoggerFCfgChange(PmxObject* logger, const char* property);
+void PmxPDLoggerFLog(PmxObject* logger, PmxEvent* event);
+
 /* "pmx_levelfilter": "level", and what any object has; the defaults of filters. */
 void PmxLevelFilterFCfgChange(PmxObject* filter, const char* property);
 int PmxLevelFilterFIsLoggable(PmxObject* filter, PmxEvent* event);
 /* Logs what is loggable. */
 void PmxBasicFilterFProcess(PmxObject* filter, PmxEvent* event, uint32_t kind);
+
+/* "pmx_msgidfilter": "mode", "msgIds", "msgIdRepeatTime", and what any object has. Asking whether
+ * an event is loggable notes the event as passed, where repetitions are suppressed. */
+void* PmxMsgIdFilterFAllocVars(void);
+void PmxMsgIdFilterFFreeVars(void* vars);
+void PmxMsgIdFilterFCfgChange(PmxObject* filter, const char* property);
+int PmxMsgIdFilterFIsLoggable(PmxObject* filter, PmxEvent* event);
+
+/* The patterns of a text, with blanks, tabs or line ends between them: an empty list when there are
+ * none. Null for null, and for no memory. The list is yours: PmxFreeStringList. */
+PmxStringList* PmxMsgIdFilterGetStringList(const char* text);
+
+/* Whether an identifier matches one of the patterns. */
+int PmxMsgIdFilterMatchMsgId(const PmxStringList* list, const char* id);
+
+/* Whether a text matches a pattern, byte by byte. "*" stands for any run of bytes, but each piece
+ * between two is taken where it first occurs, and the last one must end the text, also when a "*"
+ * follows: "*W" and "*W*" match "AW" and do not match "AWBW". A pattern of "*" alone, or an empty
+ * one, matches all. */
+int PmxPatternMatch(const char* pattern, const char* text);
 
 /* Handlers: "formatterName", and what any object has; the defaults, which do nothing. */
 void PmxBasicHandlerFCfgChange(PmxObject* handler, const char* property);
@@ -77,6 +105,20 @@ char* PmxBasicFormatterFGetHeader(PmxObject* formatter);
 char* PmxBasicFormatterFGetTrailer(PmxObject* formatter);
 /* A time in milliseconds since 1970 as the formatter writes it; the formatter may be null. */
 char* PmxBasicFormatterFormatDate(PmxObject* formatter, int64_t time);
+
+/* "pmx_xmlformatter": "singleComponent", "singleProduct", "singleProductId", "singleServer",
+ * "forceAsMessage", "forceAsTrace", and what a basic formatter has. There is no text before the
+ * first and after the last record; what stands once before the records goes with the first one
+ * after each request for the header. */
+void* PmxPDXMLFormatterFAllocVars(void);
+void PmxPDXMLFormatterFFreeVars(void* vars);
+void PmxPDXMLFormatterFCfgChange(PmxObject* formatter, const char* property);
+char* PmxPDXMLFormatterFFormat(PmxObject* formatter, PmxEvent* event);
+char* PmxPDXMLFormatterFGetHeader(PmxObject* formatter);
+char* PmxPDXMLFormatterFGetTrailer(PmxObject* formatter);
+
+/* "pmx_veltraceformatter": the fields of a trace, " - " between them. It has no properties. */
+char* PmxVelTraceFormatterFFormat(PmxObject* formatter, PmxEvent* event);
 
 /* ---- Calls for operations: their namesakes Pmx... without the lock ---------------------------
  * Of the other calls an operation has no need; what it wants to report it logs by

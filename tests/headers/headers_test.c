@@ -132,16 +132,23 @@ static int log_nulls(int ignored, ...) {
 static int operate_on_nulls(void) {
     PmxBasicObjectFCfgChange(0, 0), PmxBasicObjectFLog(0, 0), PmxBasicLoggerFCfgChange(0, 0);
     PmxLevelFilterFCfgChange(0, 0), PmxBasicFilterFProcess(0, 0, 0);
+    PmxMsgIdFilterFFreeVars(0), PmxMsgIdFilterFCfgChange(0, 0);
     PmxBasicHandlerFCfgChange(0, 0), PmxBasicHandlerFProcess(0, 0, 0), PmxBasicHandlerFOpen(0);
     PmxBasicHandlerFClose(0), PmxConsoleHandlerFFreeVars(0), PmxConsoleHandlerFOpen(0);
     PmxConsoleHandlerFProcess(0, 0, 0), PmxStderrHandlerFProcess(0, 0, 0);
     PmxConsoleHandlerFClose(0), PmxFileHandlerFFreeVars(0), PmxFileHandlerFCfgChange(0, 0);
     PmxFileHandlerFOpen(0), PmxFileHandlerFProcess(0, 0, 0), PmxFileHandlerFClose(0);
     PmxBasicFormatterFCfgChange(0, 0);
+    PmxPDLoggerFFreeVars(0), PmxPDLoggerFCfgChange(0, 0), PmxPDLoggerFLog(0, 0);
+    PmxPDXMLFormatterFFreeVars(0), PmxPDXMLFormatterFCfgChange(0, 0);
     pmxIntlReleaseObject(0), pmxIntlSetObjectEnabled(0, 1), pmxIntlHandlerSetFormatter(0, 0);
     pmxIntlSetEventMessageId(0, 0), pmxIntlSetEventLocale(0, 0);
-    return PmxLevelFilterFIsLoggable(0, 0) || PmxBasicFormatterFFormat(0, 0) ||
-           PmxBasicFormatterFGetHeader(0) || PmxBasicFormatterFGetTrailer(0) ||
+    return PmxLevelFilterFIsLoggable(0, 0) || PmxMsgIdFilterFIsLoggable(0, 0) ||
+           PmxMsgIdFilterGetStringList(0) || PmxMsgIdFilterMatchMsgId(0, 0) ||
+           PmxPatternMatch(0, 0) || PmxVelTraceFormatterFFormat(0, 0) ||
+           PmxBasicFormatterFFormat(0, 0) || PmxBasicFormatterFGetHeader(0) ||
+           PmxBasicFormatterFGetTrailer(0) || PmxPDXMLFormatterFFormat(0, 0) ||
+           PmxPDXMLFormatterFGetHeader(0) || PmxPDXMLFormatterFGetTrailer(0) ||
            pmxIntlGetObjVars(0) || pmxIntlGetObject(0, 0) || pmxIntlAcquireObject(0) ||
            pmxIntlGetObjectName(0) || pmxIntlIsObjectEnabled(0) || TYPED(pmxIntlGetObj) ||
            pmxIntlSetObjProp(0, 0, 0) || pmxIntlAddListener(0, 0) || pmxIntlRemListener(0, 0) ||

@@ -32,6 +32,12 @@ static void use_configurations() {
     PmxReleaseObjCfg(own);
 }
 
+static void log_problem_data() {
+    PmxObject* const logger = PmxGetObject("problems", "pmx_pdlogger");
+    PmxLogError(logger, "cat", 1, 1, "ABC123I %s", PMX_STRING, "text", PMX_DOUBLE, 1.5, PMX_END);
+    PmxReleaseObject(logger);
+}
+
 static int live(const std::string& properties) {
     PmxAddHandlerClass("own_class", nullptr, nullptr, nullptr, PmxBasicHandlerFCfgChange, nullptr,
                        nullptr, nullptr);
@@ -41,10 +47,12 @@ static int live(const std::string& properties) {
     const std::string large(4000, 'x');
     PmxLogError(logger, "cat", 1, 1, "%s", PMX_STRING, "text", PMX_PROPERTY, "server", PMX_STRING,
                 large.c_str(), PMX_END);
+    PmxLogText(logger, "ABC123E", PMX_PROPERTY, "threadId", PMX_LONG, int64_t{1}, PMX_END);
     PmxLogDebugMin(logger, "file", "function", 1, large.c_str(), PMX_INT, 5, PMX_END);
     RakMemoryFree(PmxGetObjectDesc(logger));
     use_messages();
     use_configurations();
+    log_problem_data();
     PmxReleaseObject(logger);
     PmxCloseToolkit();
     return opened;
@@ -54,9 +62,14 @@ TEST_F(ToolkitTest, LivesThroughEachAllocationThatFails) {
     PmxCloseToolkit();  // and with it the classes of the fixture
     const std::string properties = directory.write(
         "p",
-        "a.inherited=1\na.logger.className=pmx_basiclogger\na.logger.listenerNames=con own\n"
+        "a.inherited=1\na.logger.className=pmx_basiclogger\na.logger.listenerNames=con own ids\n"
         "con.className=pmx_consolehandler\ncon.formatterName=form\nown.className=own_class\n"
-        "form.className=pmx_basicformatter\nform.separator=|\nform.locale=de_DE\n");
+        "ids.className=pmx_msgidfilter\nids.mode=unknown\nids.msgIds=A*W *B\n"
+        "ids.msgIdRepeatTime=1\nids.listenerNames=tcon\ntcon.className=pmx_consolehandler\n"
+        "tcon.formatterName=trace\ntrace.className=pmx_veltraceformatter\n"
+        "form.className=pmx_basicformatter\nform.separator=|\nform.locale=de_DE\n"
+        "problems.product=p\nproblems.listenerNames=pcon\npcon.className=pmx_consolehandler\n"
+        "pcon.formatterName=xml\nxml.className=pmx_xmlformatter\nxml.singleProduct=true\n");
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     EXPECT_EQ(live(properties), 1);

@@ -79,6 +79,67 @@ TEST_F(FormatterTest, WritesTheZoneOfTheProcess) {
     }
 }
 
+static std::string trace(PmxEvent* event) {
+    PmxObject* const formatter = PmxGetObject("trace", "pmx_veltraceformatter");
+    PmxSetObjProp(formatter, "dateTimeFormat", "%H");  // which it does not know
+    const std::string record = taken(PmxVelTraceFormatterFFormat(formatter, event));
+    PmxReleaseObject(formatter);
+    PmxFreeEvent(event);
+    const std::string start = "\x1E[2024-01-02 14:03:09.045+00:00] - ";
+    EXPECT_TRUE(record.starts_with(start)) << record;
+    return record.substr(std::min(record.size(), start.size()));
+}
+
+TEST_F(FormatterTest, TraceHasAllFieldsBehindARecordSeparator) {
+    EXPECT_EQ(trace(make_event(PMX_INFO, PMX_END)), "INFO  -  -  -  -  - message\n");
+    PmxEvent* const full = make_event(
+        PMX_WARN, PMX_PROPERTY, "server", PMX_STRING, "alpha.beta.c", PMX_PROPERTY, "processId",
+        PMX_LONG, int64_t{4711}, PMX_PROPERTY, "threadId", PMX_LONG, int64_t{-1}, PMX_PROPERTY,
+        "pmx_prop_srcfile", PMX_STRING, "main.c", PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING,
+        "doIt", PMX_PROPERTY, "pmx_prop_srcline", PMX_INT, 42, PMX_END);
+    PmxSetEventMessageId(full, "ITS123E");
+    EXPECT_EQ(
+        trace(full),
+        "WARN  - alpha - p4711:t18446744073709551615 - main.c:doIt(42) - ITS123E - message\n");
+    const vel::log::SourcePlace place{"f.c", "g", 5};
+    PmxEvent* const placed = make_event(PMX_INFO, PMX_END);
+    placed->place = &place;
+    EXPECT_EQ(trace(placed), "INFO  -  -  - f.c:g(5) -  - message\n");
+    EXPECT_EQ(PmxVelTraceFormatterFFormat(formatter, nullptr), nullptr);
+}
+
+TEST_F(FormatterTest, TraceLeavesOutWhatAnEventHasNot) {
+    const struct {
+        const char *fields, *name, *value, *name2, *value2;
+    } rows[] = {
+        {"whole - t7 - ", "server", "whole", "threadId", "7"},
+        {" -  - f", "server", ".dot", "pmx_prop_srcfile", "f"},
+        {" - p0 - (-3)", "processId", "0", "pmx_prop_srcline", "-3"},
+        {" - t7 - ", "processId", "none", "threadId", "7"},
+        {" -  - g(0)", "pmx_prop_srcfunction", "g", "pmx_prop_srcline", "0"},
+        {" -  - :g", "pmx_prop_srcfile", "", "pmx_prop_srcfunction", "g"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(trace(make_event(PMX_ERROR, PMX_PROPERTY, row.name, PMX_STRING, row.value,
+                                   PMX_PROPERTY, row.name2, PMX_STRING, row.value2, PMX_END)),
+                  std::string("ERROR - ") + row.fields + " -  - message\n");
+    }
+}
+
+TEST_F(FormatterTest, TraceNamesLevelsInFiveCharactersAndFatalOnesErrors) {
+    std::string words;
+    for (int32_t level : {1000, 2000, 3000, 4000, 5000, 6000, 7000, 4500, 0, PMX_NO_LEVEL + 0})
+        words += trace(make_event(level, PMX_END)).substr(0, 7) + "|";
+    EXPECT_EQ(words,
+              " MAX  -| MID  -| MIN  -|INFO  -|WARN  -|ERROR -|ERROR -|OTHER -|OTHER -|OTHER -|");
+}
+
+TEST_F(FormatterTest, TraceFindsTheIdentifierInTheMessage) {
+    PmxEvent* const event = make_event(PMX_INFO, PMX_STRING, "0001", PMX_END);
+    PmxSetI18MsgTxt(event->message, "HQXGD%sI text");
+    EXPECT_EQ(trace(event), "INFO  -  -  -  - HQXGD0001I - HQXGD0001I text\n");
+}
+
 TEST_F(FormatterTest, ADateFollowsAChangeOfTheZoneWithinItsSecond) {
     for (const auto& [zone, hour] :
          {std::pair{"CET-1CEST,J1,J365", "+02:00"}, {"CET-1", "+01:00"}}) {

@@ -61,11 +61,12 @@ static std::string names(PmxStringGroupLink* it) {
 TEST_F(ToolkitTest, ListsTheClassesOfAKindInTheOrderOfTheirRegistration) {
     PmxAddLoggerClass("pmx_stderrhandler", nullptr, nullptr, nullptr, nullptr, nullptr);  // taken
     PmxAddLoggerClass(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_EQ(names(PmxGetLoggerClasses()), "pmx_basiclogger test_logger ");
-    EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter test_filter ");
+    EXPECT_EQ(names(PmxGetLoggerClasses()), "pmx_basiclogger pmx_pdlogger test_logger ");
+    EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter pmx_msgidfilter test_filter ");
     EXPECT_EQ(names(PmxGetHandlerClasses()),
               "pmx_consolehandler pmx_stderrhandler pmx_filehandler test_handler ");
-    EXPECT_EQ(names(PmxGetFormatterClasses()), "pmx_basicformatter ");
+    EXPECT_EQ(names(PmxGetFormatterClasses()),
+              "pmx_basicformatter pmx_xmlformatter pmx_veltraceformatter ");
 }
 
 TEST_F(ToolkitTest, GivesTheErrorLoggerTheStandardErrorHandlerBesideItsOwnListeners) {
