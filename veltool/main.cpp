@@ -20,8 +20,8 @@ constexpr Noun kNouns[] = {
     {"codeset", "tables of code sets: make, show, check and list them"},
 };
 
-const Verb* const kVerbs[] = {&kCatalogCheck, &kCatalogCompile, &kCatalogDump,  &kCodesetCompile,
-                              &kCodesetDump,  &kCodesetList,    &kCodesetVerify};
+const Verb* const kVerbs[] = {&kCatalogCheck,   &kCatalogCompile, &kCatalogDump, &kCatalogPseudo,
+                              &kCodesetCompile, &kCodesetDump,    &kCodesetList, &kCodesetVerify};
 
 void show_row(std::string_view name, std::string_view summary) {
     constexpr size_t kColumn = 10;

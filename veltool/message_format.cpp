@@ -1,5 +1,7 @@
 #include "veltool/message_format.h"
 
+#include <algorithm>
+
 #include "runtime/cx_text.h"
 #include "runtime/format.h"
 
@@ -48,6 +50,21 @@ std::optional<Parameters> parameters_of(const std::string& text) {
                 spelled(item.argument, text_of(item.length) + std::string(1, item.letter));
     }
     return parameters;
+}
+
+std::vector<bool> literal_bytes(const std::string& text) {
+    runtime::FormatList list;
+    runtime::ArgList arguments;
+    CxStatus status;
+    if (CxPrintfProcessFmts(&list, &arguments, text.c_str(), &status) == 0)
+        return std::vector<bool>(text.size(), true);
+    std::vector<bool> bytes(text.size());
+    for (const runtime::FormatItem& item : list.items) {
+        if (item.begin == nullptr) continue;
+        std::fill(bytes.begin() + (item.begin - text.c_str()),
+                  bytes.begin() + (item.end - text.c_str()), true);
+    }
+    return bytes;
 }
 
 std::string identifier_of(const std::string& text) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vel::tool {
 
@@ -14,6 +15,9 @@ using Parameters = std::map<int32_t, std::string>;
 
 // The parameters of a text as the formatted printing takes them; nothing when it is no format.
 std::optional<Parameters> parameters_of(const std::string& text);
+
+// For each byte of a text whether it is shown as it stands, and is no part of a parameter.
+std::vector<bool> literal_bytes(const std::string& text);
 
 // The identifier that a text begins with, as "HQXGD0007E"; empty: none.
 std::string identifier_of(const std::string& text);

@@ -54,6 +54,7 @@ struct Verb {
 extern const Verb kCatalogCheck;
 extern const Verb kCatalogCompile;
 extern const Verb kCatalogDump;
+extern const Verb kCatalogPseudo;
 extern const Verb kCodesetCompile;
 extern const Verb kCodesetDump;
 extern const Verb kCodesetList;

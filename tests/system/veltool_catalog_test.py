@@ -163,6 +163,22 @@ class CatalogTest(VeltoolCase):
         cat = self.put("cat", struct.pack(">8s5i7i3i", b"*nazgul*", 1, 0, 0, 1, 28, 1, 0, 56, 68, 2, 1, 0, 1, 0, 0) + b"\xe9\0")
         self.assertIn(f"{cat}: set 1, message 1: not UTF-8, at byte 1\n", self.check(1, "", "catalog", "check", source, cat))
 
+    def test_pseudo(self):
+        source = self.put("en", "1 HQXGD0001E No '%1$s'.\n2 100%% of %2$-*1$.5d\\n\n3 9% no\n4 \\tTab\\tone\\nTwo \\033é\n"
+                                "5 HQXGD0002E \n6 ABCXYZ abcxyz\n$set 2\n7 \n8 %s\n9 no format %")
+        out = self.here / "xa.msg"
+        self.check(0, "", "catalog", "pseudo", source, "-o", out)
+        texts = self.compile(out.read_text())
+        self.assertEqual({key: text.decode() for key, text in {**texts[1], **texts[2]}.items()}, {
+            1: "HQXGD0001E [Ñö '%1$s'.~~]", 2: "[100%% öḟ %2$-*1$.5d~~~\n]", 3: "[9% nö~]",
+            4: "[\tŢáḃ\töñé~~\nŢŵö \033é~~]", 5: "HQXGD0002E ", 6: "[ÁḂÇẊÝŽ áḃçẋýž~~~~~]", 7: "", 8: "[%s]",
+            9: "[ñö ḟöřḿáţ %~~~~]"})
+        self.check(0, "", "catalog", "check", source, out)
+        self.assertEqual(self.check(0, "", "catalog", "pseudo", self.here / "cat"),
+                         self.check(0, "", "catalog", "pseudo", "-", text=out.read_text()))
+        self.check(1, "standard input:1: neither", "catalog", "pseudo", "-", "-o", out, text="x")
+        self.check(2, "pseudo takes one", "catalog", "pseudo")
+
     @unittest.skipUnless(shutil.which("gencat"), "no gencat here")
     def test_gencat_reads_the_source_alike(self):
         """The texts that glibc's compiler finds in a source are in its catalog, too."""
