@@ -5,64 +5,61 @@
 #include <cstring>
 
 #include "common/tool.h"
+#include "runtime/owned.h"
 
 int quiet;
+uc_ch_t* codeSetHandle;
 
 namespace {
 
-constexpr size_t kMaxParms = 9;  // "%1$s" to "%9$d"
+using vel::runtime::Owned;
+using vel::runtime::OwnedText;
+using Message = Owned<PmxI18Msg, PmxFreeI18Msg>;
 
-struct Parm {
-    ParmMarker marker = kEndOfParms;
-    int number = 0;
-    const char* text = nullptr;
-};
+constexpr size_t kSeverityPlace = 9;  // of the letter in an identifier, as in "HQXGD0007E"
 
-using Parms = std::array<Parm, kMaxParms>;
-
-void print_parm(const Parm& parm) {
-    if (parm.marker == kStringParm) {
-        fputs(parm.text, stdout);
-    } else if (parm.marker == kIntParm) {
-        printf("%d", parm.number);
-    }
+bool is_error(const char* text) {
+    return strnlen(text, kSeverityPlace) == kSeverityPlace && text[kSeverityPlace] == 'E';
 }
 
-// Prints a text of the message table, whose conversions all are "%1$s" or "%1$d" with other digits.
-void print_message(const char* text, const Parms& parms) {
-    while (const char* conversion = strchr(text, '%')) {
-        fwrite(text, 1, static_cast<size_t>(conversion - text), stdout);
-        print_parm(parms[static_cast<size_t>(conversion[1] - '1')]);
-        text = conversion + strlen("%1$s");
+void add_parms(PmxI18Msg* message, va_list list) {
+    ToolText utf8;
+    while (const int marker = va_arg(list, int)) {
+        if (marker == PMX_INT) {
+            PmxAddI18MsgParmInt(message, va_arg(list, int));
+        } else if (marker == PMX_STRING) {
+            PmxAddI18MsgParmString(message, to_utf8(va_arg(list, const char*), utf8));
+        }
     }
-    puts(text);
 }
 
 }  // namespace
 
 int DisplayMsg(ToolMsg message, ...) {
     if (quiet) return 0;
-    Parms parms;
-    size_t count = 0;
+    codeSetHandle = nullptr;
+    const Message bindable(PmxAllocI18Msg(text_of(ToolMsg::catalog_name), kToolCatalogSet,
+                                          key_of(message), text_of(message)));
     va_list list;
     va_start(list, message);
-    while (const int marker = va_arg(list, int)) {
-        if (marker == kIntParm && count < kMaxParms) {
-            parms[count++] = {kIntParm, va_arg(list, int), nullptr};
-        } else if (marker == kStringParm && count < kMaxParms) {
-            parms[count++] = {kStringParm, 0, va_arg(list, const char*)};
-        }
-    }
+    add_parms(bindable.get(), list);
     va_end(list);
-    print_message(guidmsgs[static_cast<size_t>(message)], parms);
+    const OwnedText bound(PmxBindI18Msg(bindable.get()));
+    // Without memory the table's text, which names the message even if not its parameters.
+    const char* const text = bound ? bound.get() : text_of(message);
+    ToolText local;
+    (void)mab_from_utf8(codeSetHandle, text, -1, local, sizeof local);
+    puts(local);
+    if (is_error(text)) log_bare(message);
+    mab_cs_free(codeSetHandle);
     return 0;
 }
 
 void DisplayUsage() {
-    DisplayMsg(ToolMsg::usage, kStringParm,
+    DisplayMsg(ToolMsg::usage, PMX_STRING,
                " [-Create] [-Decimal] [-Help] [-Show]  \n"
                "[-Write [-Guid=ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff.ff] [-New]] [-Quiet]",
-               kEndOfParms);
+               PMX_END);
 }
 
 void DisplayGuid(const uint8_t guid[16], bool decimal) {

@@ -31,13 +31,15 @@ struct Request {
     Guid guid_to_write{};
 };
 
-[[noreturn]] void Exit([[maybe_unused]] const char* function, int32_t status) {
+[[noreturn]] void Exit(const char* function, int32_t status) {
+    log_exit(function, status);
+    PmxCloseToolkit();
     (void)vel_guid_terminate();
     exit(status);
 }
 
 [[noreturn]] void refuse_option(const char* option) {
-    DisplayMsg(ToolMsg::invalid_option, kStringParm, option, kEndOfParms);
+    DisplayMsg(ToolMsg::invalid_option, PMX_STRING, option, PMX_END);
     DisplayUsage();
     Exit(kUsage, kRefused);
 }
@@ -54,7 +56,7 @@ void verify_option(const char* word, size_t length, const OptionRow& row) {
     };
     const std::unique_ptr<char, Free> token(strndup(word, length));
     if (!token) {
-        DisplayMsg(ToolMsg::internal_error, kEndOfParms);
+        DisplayMsg(ToolMsg::internal_error, PMX_END);
         Exit(kUsage, kRefused);
     }
     VerfiyToken(token.get(), row.keyword);
@@ -63,7 +65,7 @@ void verify_option(const char* word, size_t length, const OptionRow& row) {
 // A library call that failed: says so and leaves with its status.
 void require(int32_t status, const char* call, ToolMsg message) {
     if (status == 0) return;
-    DisplayMsg(message, kEndOfParms);
+    DisplayMsg(message, PMX_END);
     Exit(call, status);
 }
 
@@ -78,14 +80,14 @@ void scan_for_quiet(int argc, char** argv) {
 
 void show_banner() {
     if (quiet) return;
-    DisplayMsg(ToolMsg::version, kIntParm, 1, kIntParm, 3, kIntParm, 1, kEndOfParms);
-    DisplayMsg(ToolMsg::legal_notice, kIntParm, 2005, kEndOfParms);
+    DisplayMsg(ToolMsg::version, PMX_INT, 1, PMX_INT, 3, PMX_INT, 1, PMX_END);
+    DisplayMsg(ToolMsg::legal_notice, PMX_INT, 2005, PMX_END);
     puts("");
 }
 
 void take_guid_value(const char* value, Request& request) {
     if (!value || !parse_guid_value(value, request.guid_to_write)) {
-        DisplayMsg(ToolMsg::invalid_guid, kEndOfParms);
+        DisplayMsg(ToolMsg::invalid_guid, PMX_END);
         Exit(kUsage, kRefused);
     }
     request.guid_at_hand = true;
@@ -96,6 +98,7 @@ void generate(Guid& guid) {
 }
 
 void parse_argument(const char* argument, Request& request) {
+    trace_text("main", kArgumentLine, "Command line parameter is >%s<", argument);
     const OptionRow* row = argument[0] == '-' ? find_option(argument[1]) : nullptr;
     if (!row) refuse_option(argument);
     const char* word = argument + 1;
@@ -125,7 +128,7 @@ void parse_argument(const char* argument, Request& request) {
             break;
         case Option::kHelp:
             DisplayUsage();
-            DisplayMsg(ToolMsg::help, kEndOfParms);
+            DisplayMsg(ToolMsg::help, PMX_END);
             Exit(kUsage, 0);
     }
 }
@@ -169,11 +172,11 @@ void wait_for_other_creators() {
         exists = vel_guid_read(guid.data()) == 0;
     }
     if (exists) {
-        DisplayMsg(ToolMsg::guid_exists, kEndOfParms);
+        DisplayMsg(ToolMsg::guid_exists, PMX_END);
         DisplayGuid(guid.data(), decimal);
         Exit(kUsage, 0);
     }
-    DisplayMsg(ToolMsg::creating_guid, kEndOfParms);
+    DisplayMsg(ToolMsg::creating_guid, PMX_END);
     generate(guid);
     write_host_guid(guid, decimal);
 }
@@ -183,8 +186,8 @@ void wait_for_other_creators() {
     if (request.create) create_host_guid(request.decimal);
     if (!request.write) refuse_option(last_argument);
     if (!request.guid_at_hand) {
-        DisplayMsg(ToolMsg::option_requires, kStringParm, "-Write", kStringParm, "-Guid=ff.ff...",
-                   kStringParm, "-New", kEndOfParms);
+        DisplayMsg(ToolMsg::option_requires, PMX_STRING, "-Write", PMX_STRING, "-Guid=ff.ff...",
+                   PMX_STRING, "-New", PMX_END);
         Exit(kUsage, kRefused);
     }
     write_host_guid(request.guid_to_write, request.decimal);
@@ -207,15 +210,19 @@ int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
 
+    check_environment();
+
     if (vel::guid::psSetNlsPath() != 0) return kRefused;
     scan_for_quiet(argc, argv);
+    if (start_logging() != 0) return kRefused;
     show_banner();
     if (argc < 2) {
         DisplayUsage();
         Exit(kUsage, kRefused);
     }
     if (getuid() != 0) {
-        DisplayMsg(ToolMsg::root_required, kEndOfParms);
+        DisplayMsg(ToolMsg::root_required, PMX_END);
+        log_bare(ToolMsg::root_required);  // deliberate: once more, and so also of a quiet run
         Exit(kUsage, kRefused);
     }
     require(vel_guid_init(), "vel_guid_init()", ToolMsg::internal_error);
