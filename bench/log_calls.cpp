@@ -13,13 +13,12 @@
 #include <cstdlib>
 #include <iterator>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "bench/peers.h"
 #include "log/classes.h"
-#include "log/pmx.h"
 #include "runtime/rak.h"
 #include "tests/support/scratch_directory.h"
 
@@ -40,41 +39,25 @@ void* __wrap_calloc(size_t count, size_t size) { return ++allocations, __real_ca
 
 namespace {
 
-constexpr const char* kWords[] = {"console.port", "retry limit",    "queue length", "open files",
-                                  "connections",  "worker.count",   "cache size",   "port number",
-                                  "idle seconds", "free kilobytes", "message rate", "log handler"};
-constexpr size_t kNames = 10'000;
+using namespace bench;
 
-void require(bool holds, const char* what) {
-    if (!holds) throw std::runtime_error(what);
-}
+constexpr size_t kNames = 10'000;
 
 // ---- Calls ----------------------------------------------------------------------------------
 
-PmxObject* pmx = nullptr;
 std::shared_ptr<spdlog::logger> spd;
 log4cplus::Logger l4c;
 
-constexpr const char* kLogger = "bench.logger";
 long processed = 0;
 
 void process_nothing(PmxObject*, PmxEvent*, uint32_t) { ++processed; }
 
-// Open while it lasts. The logger is at PMX_DEBUG_MIN, where each is from the start.
-class Toolkit {
-  public:
+struct Toolkit : OpenToolkit {
     Toolkit() {
-        require(PmxOpenToolkit(nullptr), "the toolkit does not open");
         PmxAddHandlerClass("bench_handler", nullptr, nullptr, nullptr, nullptr, process_nothing,
                            nullptr, nullptr);
-        pmx = PmxGetObject(kLogger, "pmx_basiclogger");
-        PmxObject* const handler = PmxGetObject("bench.handler", "bench_handler");
-        require(PmxAddListener(pmx, handler), "the logger takes no listener");
-        PmxReleaseObject(handler);
+        add_handler("bench_handler");
     }
-    ~Toolkit() { PmxCloseToolkit(); }
-    Toolkit(const Toolkit&) = delete;
-    Toolkit& operator=(const Toolkit&) = delete;
 };
 
 // Writes to a file of its own, from its start; at "info" at first.
@@ -119,16 +102,6 @@ void call_event(int number, const char* text) {
 void call_event_spdlog(int number, const char* text) {
     SPDLOG_LOGGER_CALL(spd, spdlog::level::info, "{} {}", number, text);
 }
-
-struct Sample {
-    int number;
-    const char* text;
-};
-const std::vector<Sample> samples = [] {
-    std::vector<Sample> made;
-    for (const char* const word : kWords) made.push_back({1000 * int(made.size()) + 7, word});
-    return made;
-}();
 
 template <class Library, auto Call>
 void run_calls(benchmark::State& state) {
