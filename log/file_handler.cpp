@@ -102,7 +102,7 @@ bool is_in_place(FileVars& vars, int64_t second) {
     if (!look.regular || look.identity != vars.identity) return false;
     vars.current_size = look.size;
     vars.looked_second = second;
-    if (++vars.looks == kLooksBeforeWatch) watch_name(vars);
+    if (vars.looks < kLooksBeforeWatch && ++vars.looks == kLooksBeforeWatch) watch_name(vars);
     return true;
 }
 

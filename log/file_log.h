@@ -39,7 +39,7 @@ struct FileVars {
     FileIdentity identity;
     FileWatch watch;
     int64_t looked_second = -1;  // when its name was last looked at
-    int32_t looks = 0;           // how often it was
+    int32_t looks = 0;           // how often it was, up to when it is watched
 };
 
 // Where in a name the digit is that stands before the last "." or, without one, at the end; -1:
