@@ -65,9 +65,10 @@ int CxShMemCreatorAlive(const CxShMem* handle);
 void* CxShMemGetAddress(const CxShMem* handle);
 uint32_t CxShMemGetSize(const CxShMem* handle);
 
-/* Two numbers beside the data, 0 at first: to be read and set while the lock is held; each access
- * is atomic all the same. Reading gives 0, and setting does nothing, for a null or a detached
- * handle. */
+/* Two numbers beside the data, 0 at first. Each access is atomic, and orders memory: whoever reads
+ * what was set sees the data as it was then, also without the lock. So one side that alone sets a
+ * number needs no lock for it; of several that do, each holds it from reading to setting. Reading
+ * gives 0, and setting does nothing, for a null or a detached handle. */
 int32_t CxShMemGetReadOffset(const CxShMem* handle);
 void CxShMemSetReadOffset(CxShMem* handle, int32_t offset);
 int32_t CxShMemGetWriteOffset(const CxShMem* handle);

@@ -67,6 +67,16 @@ Link follow(char (&path)[PATH_MAX]) {
     return Link::followed;
 }
 
+// A "/" at the end would have the kernel follow a link there, whosever it is. (With O_CREAT it only
+// fails.)
+void cut_slashes(char* path, int& flags) {
+    if ((flags & O_CREAT) != 0) return;
+    for (size_t end = strlen(path); end > 1 && path[end - 1] == '/';) {
+        path[--end] = '\0';
+        flags |= O_DIRECTORY;
+    }
+}
+
 }  // namespace
 
 int open_file(const char* path, int flags, mode_t mode) {
@@ -79,6 +89,7 @@ int open_file(const char* path, int flags, mode_t mode) {
     }
     memcpy(current, path, length + 1);
     for (int links = 0; links <= kMaxLinks; ++links) {
+        cut_slashes(current, flags);
         const int file = open(current, flags | O_NOFOLLOW, mode);
         // A link is ELOOP, but where a directory is wanted, ENOTDIR.
         const bool may_be_link = file < 0 && (errno == ELOOP || errno == ENOTDIR);

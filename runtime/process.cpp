@@ -10,6 +10,7 @@
 
 #include "runtime/cx_os.h"
 #include "runtime/owned.h"
+#include "runtime/start_program.h"
 #include "runtime/status.h"
 
 namespace vel::runtime {
@@ -36,6 +37,25 @@ int qualify(char* name, size_t size) {
 }
 
 }  // namespace
+
+CxStatus start_program(CxProcess* process, const char* path, char* const argv[],
+                       char* const environment[], void (*prepare)()) {
+    if (process == nullptr) return failed(EINVAL);
+    *process = -1;
+    if (path == nullptr || argv == nullptr) return failed(EINVAL);
+    const pid_t child = fork();
+    if (child < 0) return failed(errno);
+    // A child whose program cannot be started goes on as its caller, who is to end it: that is the
+    // contract, and *process tells that it is the child.
+    if (child == 0) {
+        if (prepare != nullptr) prepare();
+        execve(path, argv, environment);
+    } else {
+        *process = child;
+    }
+    return ok();
+}
+
 }  // namespace vel::runtime
 
 using namespace vel::runtime;
@@ -53,19 +73,7 @@ CxStatus CxProcessGetCwd(char* buffer, size_t size) {
 }
 
 CxStatus CxProcessCreate(CxProcess* process, const char* path, char* const argv[]) {
-    if (process == nullptr) return failed(EINVAL);
-    *process = -1;
-    if (path == nullptr || argv == nullptr) return failed(EINVAL);
-    const pid_t child = fork();
-    if (child < 0) return failed(errno);
-    // A child whose program cannot be started goes on as its caller, who is to end it: that is the
-    // contract, and *process tells that it is the child.
-    if (child == 0) {
-        execv(path, argv);
-    } else {
-        *process = child;
-    }
-    return ok();
+    return start_program(process, path, argv, environ, nullptr);
 }
 
 CxStatus CxProcessWaitFor(CxProcess process, CxProcessResult* result, int wait) {

@@ -2,9 +2,9 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <iterator>
 
 #include "runtime/cx_os.h"
 #include "runtime/held_locks.h"
@@ -20,20 +20,29 @@ union SemaphoreValue {
 
 constexpr int kPermissions = 0666;
 constexpr int kMaxChecks = 10, kMaxRetries = 10;
-constexpr unsigned kSecond = 1;
 
 int operate(CxSem semaphore, short change, int flags) {
     sembuf operation{0, change, static_cast<short>(flags)};
     return semop(semaphore, &operation, 1);
 }
 
-// Frees a new lock, and then touches it, which shows others that it is ready: only an operation
-// sets its time of the last one. An errno.
+// Signals do not cut it short: a timer's would use up all retries at once.
+void wait_a_second() {
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    ++end.tv_sec;
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+    }
+}
+
+// Frees a new lock, and then takes it and gives it back at once, which shows others that it is
+// ready: only an operation that succeeds sets the time of the last one. An errno.
 int make_ready(CxSem semaphore) {
     SemaphoreValue one{};
     one.val = 1;
     if (semctl(semaphore, 0, SETVAL, one) < 0) return errno;
-    return operate(semaphore, 0, IPC_NOWAIT) < 0 && errno != EAGAIN ? errno : 0;
+    sembuf stamp[] = {{0, -1, IPC_NOWAIT}, {0, 1, 0}};
+    return semop(semaphore, stamp, std::size(stamp)) < 0 && errno != EAGAIN ? errno : 0;
 }
 
 // Waits until the creator of a lock has made it ready. An errno.
@@ -45,7 +54,7 @@ int await_ready(CxSem semaphore) {
         if (semctl(semaphore, 0, IPC_STAT, into) < 0) return errno;
         if (state.sem_otime != 0) return 0;
         if (check == kMaxChecks) return ETIME;
-        sleep(kSecond);
+        wait_a_second();
     }
 }
 
@@ -89,7 +98,7 @@ CxStatus CxSemLock(CxSem semaphore) {
     int error = take(semaphore);
     for (int retry = 0; error == ENOSPC || error == EINTR; ++retry) {
         if (retry == kMaxRetries) return failed(ETIME);
-        sleep(kSecond);
+        wait_a_second();
         error = take(semaphore);
     }
     if (error != 0) return failed(error);

@@ -132,15 +132,17 @@ void detach(CxShMem& handle) {
     handle.address = nullptr;
 }
 
+// Whoever sees an offset also sees the data that was read or written before it was set, without
+// the lock.
 int32_t get_offset(const CxShMem* handle, int32_t Header::*offset) {
     Header* const header = header_of(handle);
     if (header == nullptr) return 0;
-    return std::atomic_ref(header->*offset).load(std::memory_order_relaxed);
+    return std::atomic_ref(header->*offset).load(std::memory_order_acquire);
 }
 
 void set_offset(CxShMem* handle, int32_t Header::*offset, int32_t value) {
     if (Header* const header = header_of(handle)) {
-        std::atomic_ref(header->*offset).store(value, std::memory_order_relaxed);
+        std::atomic_ref(header->*offset).store(value, std::memory_order_release);
     }
 }
 

@@ -131,16 +131,21 @@ TEST_F(Files, AreOpenedThroughOnesOwnLinks) {
         EXPECT_TRUE(CxFileGetSize(file, &count) == ok() && count == 5);
         EXPECT_TRUE(fcntl(file, F_GETFD) == FD_CLOEXEC && CxFileClose(&file) == ok());
     }
-    EXPECT_EQ(CxFileOpen(&file, "sub/directory", O_RDONLY | O_DIRECTORY), ok());
-    EXPECT_EQ(CxFileClose(&file), ok());
-    EXPECT_EQ(CxFileOpen(&file, "sub/target/x", O_RDONLY), failed(ENOTDIR));
+    for (const char* link : {"sub/directory", "sub/directory//"}) {
+        EXPECT_EQ(CxFileOpen(&file, link, O_RDONLY | O_DIRECTORY), ok());
+        EXPECT_EQ(CxFileClose(&file), ok());
+    }
+    for (const char* path : {"sub/target/x", "sub/target/"})
+        EXPECT_EQ(CxFileOpen(&file, path, O_RDONLY), failed(ENOTDIR));
+    EXPECT_EQ(CxFileOpen(&file, "new/", O_RDWR | O_CREAT), failed(EISDIR));
     EXPECT_EQ(CxFileOpen(&file, "self", O_RDONLY), failed(ELOOP));
     if (geteuid() != 0) GTEST_SKIP() << "only root can make a link that is another's";
     for (const char* link : {"sub/foreign", "sub/foreign-directory"})
         ASSERT_EQ(lchown(link, 65534, 65534), 0);
     for (const char* link : {"sub/foreign", "chain"})
         EXPECT_TRUE(CxFileOpen(&file, link, O_RDWR) == failed(ELOOP) && file == -1);
-    EXPECT_EQ(CxFileOpen(&file, "sub/foreign-directory", O_DIRECTORY), failed(ELOOP));
+    for (const char* link : {"sub/foreign-directory", "sub/foreign-directory/"})
+        EXPECT_EQ(CxFileOpen(&file, link, O_DIRECTORY), failed(ELOOP)) << link;
 }
 
 // Copies and records are held against a model by fuzz/paths.cpp, whose corpus is replayed with
