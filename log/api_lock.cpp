@@ -47,6 +47,7 @@ void watch_forks() {
 
 ApiLock::ApiLock(Held held) {
     watch_forks();
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state_);
     const int error = pthread_mutex_lock(&api_mutex);
     held_ = error == 0;
     // A class operation has called a public form: the lock is this thread's, so it can be said.
@@ -57,6 +58,7 @@ ApiLock::ApiLock(Held held) {
 
 ApiLock::~ApiLock() {
     if (held_) pthread_mutex_unlock(&api_mutex);
+    pthread_setcancelstate(cancel_state_, nullptr);
 }
 
 }  // namespace vel::log

@@ -6,7 +6,8 @@
 
 namespace vel::log {
 
-// Takes the lock and gives it back. Not taken: this thread holds it already.
+// Takes the lock and gives it back. Not taken: this thread holds it already. A thread that is
+// cancelled finishes its call first, or it would leave this lock and others behind, for good.
 class ApiLock {
   public:
     // That the lock is held already is reported, unless that is said to be in order.
@@ -19,6 +20,7 @@ class ApiLock {
     explicit operator bool() const { return held_; }
 
   private:
+    int cancel_state_ = 0;
     bool held_;
 };
 

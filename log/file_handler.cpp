@@ -32,56 +32,8 @@ using runtime::OwnedText;
 constexpr const char* kDefaultName = "default.log";
 constexpr int32_t kDefaultFiles = 3;
 constexpr int32_t kUnsetFileBytes = 1024;  // of a property that is set to nothing, or to nonsense
-constexpr int64_t kNever = -1;             // no second of an event
-
-FileVars* vars_of(const PmxObject* handler) {
-    return vars<FileVars>(handler, PmxFileHandlerFFreeVars);
-}
-
-// While it lasts no event enters the handler: what is reported meanwhile must not come back into
-// it.
-class Busy {
-  public:
-    explicit Busy(PmxObject* handler)
-        : handler_(handler), was_busy_(std::exchange(handler->busy, true)) {}
-    ~Busy() { handler_->busy = was_busy_; }
-    Busy(const Busy&) = delete;
-    Busy& operator=(const Busy&) = delete;
-
-  private:
-    PmxObject* handler_;
-    bool was_busy_;
-};
-
-// False: it has failed, and that is reported.
-bool done(CxStatus status) {
-    if (!is_ok(status)) pmxIntlReportPlatformErr(status);
-    return is_ok(status);
-}
 
 // ---- The active file
-
-struct Look {
-    bool regular = false;
-    FileIdentity identity;
-    int64_t size = 0;
-};
-
-// One look at a file by its name or, with AT_EMPTY_PATH and no name, at an open one. No times are
-// asked for: that would make the next write dearer.
-CxStatus look_at(CxFile file, const char* name, int flags, Look& look) {
-    struct statx found {};
-    const int result = statx(file, name, flags, STATX_TYPE | STATX_INO | STATX_SIZE, &found);
-    if (result != 0) return runtime::status_of(result);
-    look = {.regular = S_ISREG(found.stx_mode),
-            .identity = {found.stx_dev_major, found.stx_dev_minor, found.stx_ino},
-            .size = static_cast<int64_t>(found.stx_size)};
-    return runtime::ok();
-}
-
-bool is_full(const FileVars& vars) {
-    return vars.max_files >= 2 && vars.current_size >= vars.max_file_bytes;
-}
 
 // Watches the directory, unless the name is a link, or its extension goes on into another
 // directory: the file lies elsewhere then.
@@ -94,77 +46,31 @@ void watch_name(FileVars& vars) {
     if (!in_place) end_watch(&vars.watch);
 }
 
-// Whether the open file still has its name; its size is known then.
-bool is_in_place(FileVars& vars, int64_t second) {
+// Whether the open file still has its name, as one does that is watched from now on.
+bool is_still_there(FileVars& vars, int64_t second) {
     constexpr int32_t kLooksBeforeWatch = 16;  // a watch costs more than a few looks
-    Look look;
-    if (!is_ok(look_at(AT_FDCWD, vars.full_name, 0, look))) return false;
-    if (!look.regular || look.identity != vars.identity) return false;
-    vars.current_size = look.size;
+    if (!is_in_place(vars)) return false;
     vars.looked_second = second;
     if (vars.looks < kLooksBeforeWatch && ++vars.looks == kLooksBeforeWatch) watch_name(vars);
-    return true;
-}
-
-// Leaves an open file to itself.
-void let_go(FileVars& vars) {
-    end_watch(&vars.watch);
-    vars.file = -1;
-    vars.is_open = false;
-}
-
-void close_file(FileVars& vars) {
-    if (!vars.is_open) return;
-    done(CxFileClose(&vars.file));
-    let_go(vars);
-}
-
-// A program may have closed all descriptors, as daemons do, and the number may be another file's
-// by now. Asked once a second, and before it is closed.
-void check_descriptor(FileVars& vars) {
-    if (!vars.is_open) return;
-    Look look;
-    const bool measured = done(look_at(vars.file, "", AT_EMPTY_PATH, look));
-    if (!measured || look.identity != vars.identity) let_go(vars);
-}
-
-// Writes all of a text in the encoding of the file.
-bool put(FileVars& vars, const char* text, size_t length) {
-    while (length > 0) {
-        int64_t count = 0;
-        const CxStatus status = CxFileWrite(vars.file, text, static_cast<int64_t>(length), &count);
-        if (!is_ok(status) && runtime::error_of(status) == EINTR) continue;
-        if (!done(is_ok(status) && count == 0 ? runtime::failed(EIO) : status)) {
-            if (runtime::error_of(status) == EBADF) let_go(vars);
-            return false;
-        }
-        vars.current_size += count;
-        text += count;
-        length -= static_cast<size_t>(count);
-    }
     return true;
 }
 
 // Writes a text, which may be null, in one go. False: that has failed, and is reported.
 bool write_text(FileVars& vars, const char* text) {
     if (text == nullptr) return true;
-    const size_t length = strlen(text);
-    if (vars.encoding == nullptr) return put(vars, text, length);
-    using Encoded = runtime::Owned<char, mab_free>;
-    int32_t written = 0;
-    const auto size = static_cast<int32_t>(std::min<size_t>(length, INT32_MAX));
-    const Encoded encoded(mab_fromu_alloc(vars.encoding, text, size, &written));
-    if (encoded == nullptr) {
-        report(PMX_ERROR, Msg::out_of_memory);
-        return false;
-    }
-    return put(vars, encoded.get(), static_cast<size_t>(written));
+    const EncodedText encoded(vars, text);
+    if (!encoded) return false;
+    const CxStatus status = write_all(vars, encoded.bytes(), encoded.length());
+    if (runtime::error_of(status) == EBADF) let_go(vars);
+    return done(status);
 }
 
+// A file that processes share gets no trailer.
 void close_log(PmxObject* handler, FileVars& vars) {
     check_descriptor(vars);
     if (!vars.is_open) return;
-    const OwnedText trailer(pmxIntlHandlerGetFmtTrailer(handler));
+    const bool shared = vars.sem_initialised;
+    const OwnedText trailer(shared ? nullptr : pmxIntlHandlerGetFmtTrailer(handler));
     write_text(vars, trailer.get());
     close_file(vars);
 }
@@ -175,37 +81,14 @@ void roll_over(PmxObject* handler, FileVars& vars) {
     vars.current_size = 0;
 }
 
-void make_directories(const FileVars& vars) {
-    CxFilePath path{};
-    CxInitFilePath(&path, vars.dir_part);
-    if (CxFilePathMkdirs(&path, vars.dir_permission) == 0 || !vars.log_internal_errs) return;
-    report(PMX_ERROR, Msg::bad_file_path, "fileName",
-           vars.dir_part == nullptr ? "NULL" : static_cast<const char*>(vars.dir_part));
-}
-
-bool open_named(FileVars& vars) {
-    // A pipe in the file's place must not make anybody wait.
-    const int flags = O_RDWR | O_CREAT | O_NONBLOCK | (vars.appending ? O_APPEND : O_TRUNC);
-    if (!done(CxFileOpenMode(&vars.file, vars.full_name, flags, vars.file_permission))) {
-        return false;
-    }
-    Look look;
-    if (!done(look_at(vars.file, "", AT_EMPTY_PATH, look))) {
-        done(CxFileClose(&vars.file));
-        return false;
-    }
-    vars.identity = look.identity;
-    vars.current_size = look.size;
-    return true;
-}
-
 void open_anew(PmxObject* handler, FileVars& vars, int64_t second) {
+    const int flags = vars.appending ? O_APPEND : O_TRUNC;
     make_directories(vars);
-    if (!open_named(vars)) return;
+    if (!open_named(vars, flags)) return;
     vars.is_open = true;
     if (is_full(vars)) {
         roll_over(handler, vars);  // the trailer goes to the full file
-        if (!open_named(vars)) return;
+        if (!open_named(vars, flags)) return;
         vars.is_open = true;
         vars.current_size = 0;
     }
@@ -226,7 +109,7 @@ bool can_go_on(FileVars& vars, int64_t second) {
 void open_log(PmxObject* handler, FileVars& vars, int64_t second) {
     if (vars.full_name == nullptr || can_go_on(vars, second)) return;
     if (second != vars.looked_second) check_descriptor(vars);
-    if (vars.is_open && is_in_place(vars, second)) {
+    if (vars.is_open && is_still_there(vars, second)) {
         if (!is_full(vars)) return;
         roll_over(handler, vars);
     } else {
@@ -331,7 +214,9 @@ void set_encoding(PmxObject* handler, FileVars& vars, const char* key) {
 }
 
 void set_sem_key(PmxObject* handler, FileVars& vars, const char* key) {
-    vars.sem_key = pmxIntlGetObjPropInt(handler, key, nullptr);
+    const int32_t value = pmxIntlGetObjPropInt(handler, key, nullptr);
+    if (value != vars.sem_key) close_semaphore(vars);
+    vars.sem_key = value;
 }
 
 void set_log_internal_errs(PmxObject* handler, FileVars& vars, const char*) {
@@ -374,19 +259,19 @@ void* PmxFileHandlerFAllocVars(void) {
 
 void PmxFileHandlerFFreeVars(void* vars) {
     if (vars == nullptr) return;
-    auto* const file_vars = static_cast<FileVars*>(vars);
-    check_descriptor(*file_vars);
-    close_file(*file_vars);
-    for (char* text :
-         {file_vars->full_name, file_vars->dir_part, file_vars->base_name, file_vars->extension}) {
+    auto* const own = static_cast<FileVars*>(vars);
+    check_descriptor(*own);
+    close_file(*own);
+    close_semaphore(*own);
+    for (char* text : {own->full_name, own->dir_part, own->base_name, own->extension}) {
         RakMemoryFree(text);
     }
-    mab_cs_free(file_vars->encoding);
-    RakMemoryFree(vars);
+    mab_cs_free(own->encoding);
+    RakMemoryFree(own);
 }
 
 void PmxFileHandlerFCfgChange(PmxObject* handler, const char* property) {
-    FileVars* const vars = vars_of(handler);
+    FileVars* const vars = file_vars(handler);
     if (vars == nullptr || property == nullptr) return;
     const Busy busy(handler);
     for (const PropertyOfFile& row : kProperties) {
@@ -398,25 +283,24 @@ void PmxFileHandlerFCfgChange(PmxObject* handler, const char* property) {
 }
 
 void PmxFileHandlerFOpen(PmxObject* handler) {
-    FileVars* const vars = vars_of(handler);
+    FileVars* const vars = file_vars(handler);
     if (vars == nullptr) return;
     const Busy busy(handler);
     open_log(handler, *vars, kNever);
 }
 
 void PmxFileHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t) {
-    constexpr int64_t kMillis = 1000;  // of a second
-    FileVars* const vars = vars_of(handler);
+    FileVars* const vars = file_vars(handler);
     if (vars == nullptr || event == nullptr || !handler->enabled) return;
     const Busy busy(handler);
-    open_log(handler, *vars, event->time / kMillis);
+    open_log(handler, *vars, event->time / kMillisPerSecond);
     const OwnedText record(pmxIntlHandlerDoFmt(handler, event));
     if (vars->is_open) write_text(*vars, record.get());
     PmxBasicObjectFLog(handler, event);
 }
 
 void PmxFileHandlerFClose(PmxObject* handler) {
-    FileVars* const vars = vars_of(handler);
+    FileVars* const vars = file_vars(handler);
     if (vars == nullptr) return;
     const Busy busy(handler);
     close_log(handler, *vars);

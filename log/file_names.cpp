@@ -55,21 +55,16 @@ char* working_directory() {
     return RakStringDup(native);
 }
 
-OwnedText name_of(const FileVars& vars, int32_t number) {
-    return OwnedText(pmxSetFileNameParts(vars.dir_part, vars.base_name, number, vars.extension));
-}
-
 // A file that is not there is no failure.
-void report_unless_missing(CxStatus status) {
-    if (!runtime::is_ok(status) && runtime::error_of(status) != ENOENT) {
-        pmxIntlReportPlatformErr(status);
-    }
+void note_unless_missing(CxStatus status, Failures& failures) {
+    if (runtime::is_ok(status) || runtime::error_of(status) == ENOENT) return;
+    if (CxStatus* const place = failures.add()) *place = status;
 }
 
-void rename_to_next(const FileVars& vars, int32_t number) {
-    const OwnedText from = name_of(vars, number), to = name_of(vars, number + 1);
+void rename_to_next(const FileVars& vars, int32_t number, Failures& failures) {
+    const OwnedText from = numbered_name(vars, number), to = numbered_name(vars, number + 1);
     if (from != nullptr && to != nullptr) {
-        report_unless_missing(CxFileNameRename(from.get(), to.get()));
+        note_unless_missing(CxFileNameRename(from.get(), to.get()), failures);
     }
 }
 
@@ -112,13 +107,13 @@ CxStatus list_numbers(const FileVars& vars, int32_t limit, Numbers& numbers) {
 
 // Of very many numbers only those are tried that are in use. When these cannot be had nothing is
 // renamed: that might put one file in the place of another.
-void rename_existing(const FileVars& vars, int32_t limit) {
+void shift_existing(const FileVars& vars, int32_t lowest, int32_t limit, Failures& failures) {
     Numbers numbers;
     const CxStatus status = list_numbers(vars, limit, numbers);
-    if (!runtime::is_ok(status)) return pmxIntlReportPlatformErr(status);
+    if (!runtime::is_ok(status)) return note_unless_missing(status, failures);
     std::sort(numbers.begin(), numbers.end(), std::greater<>());
-    for (const int32_t number : numbers) rename_to_next(vars, number);
-    rename_to_next(vars, 0);
+    for (const int32_t number : numbers) rename_to_next(vars, number, failures);
+    if (lowest == 0) rename_to_next(vars, 0, failures);
 }
 
 }  // namespace
@@ -183,14 +178,26 @@ char* pmxSetFileNameParts(const char* directory, const char* base, int32_t numbe
     return complete ? name.take().release() : nullptr;
 }
 
-void pmxFileHandlerDoRollover(FileVars* vars) {
+OwnedText numbered_name(const FileVars& vars, int32_t number) {
+    return OwnedText(pmxSetFileNameParts(vars.dir_part, vars.base_name, number, vars.extension));
+}
+
+void shift_numbers(const FileVars& vars, int32_t lowest, Failures& failures) {
     constexpr int32_t kFewFiles = 1000;  // trying all names takes about a millisecond
-    const int32_t last = vars->max_files - 1;
-    const OwnedText oldest = name_of(*vars, last);
+    const int32_t last = vars.max_files - 1;
+    const OwnedText oldest = numbered_name(vars, last);
     if (oldest == nullptr) return;
-    report_unless_missing(CxFileNameRemove(oldest.get()));
-    if (last > kFewFiles) return rename_existing(*vars, last);
-    for (int32_t number = last - 1; number >= 0; --number) rename_to_next(*vars, number);
+    note_unless_missing(CxFileNameRemove(oldest.get()), failures);
+    if (last > kFewFiles) return shift_existing(vars, lowest, last, failures);
+    for (int32_t number = last - 1; number >= lowest; --number) {
+        rename_to_next(vars, number, failures);
+    }
+}
+
+void pmxFileHandlerDoRollover(FileVars* vars) {
+    Failures failures;
+    shift_numbers(*vars, 0, failures);
+    for (const CxStatus failure : failures) pmxIntlReportPlatformErr(failure);
 }
 
 }  // namespace vel::log

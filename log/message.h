@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <new>
+#include <tuple>
 
 #include "log/collections.h"
 #include "log/message_table.h"
@@ -90,27 +91,18 @@ using OwnedMsg = runtime::Owned<PmxI18Msg, pmxIntlFreeI18Msg>;
 // The type that goes before an argument of a logging call, and the argument as it is passed.
 constexpr int32_t marker_of(std::same_as<int32_t> auto) { return PMX_INT; }
 constexpr int32_t marker_of(std::same_as<int64_t> auto) { return PMX_LONG; }
+constexpr int32_t marker_of(std::same_as<float> auto) { return PMX_FLOAT; }
 constexpr int32_t marker_of(std::same_as<double> auto) { return PMX_DOUBLE; }
 constexpr int32_t marker_of(std::same_as<char> auto) { return PMX_CHAR; }
 constexpr int32_t marker_of(const char*) { return PMX_STRING; }
 
-// Reports one, two ... parameters by the error logger.
-inline void report(int32_t level, Msg message) {
-    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), PMX_END);
-}
-template <class A>
-void report(int32_t level, Msg message, A a) {
-    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a, PMX_END);
-}
-template <class A, class B>
-void report(int32_t level, Msg message, A a, B b) {
-    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a,
-                 marker_of(b), b, PMX_END);
-}
-template <class A, class B, class C>
-void report(int32_t level, Msg message, A a, B b, C c) {
-    pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marker_of(a), a,
-                 marker_of(b), b, marker_of(c), c, PMX_END);
+// Reports a message of the toolkit's own by the error logger.
+template <class... Arguments>
+void report(int32_t level, Msg message, Arguments... arguments) {
+    const auto log = [=](auto... marked) {
+        pmxIntlLogVA(level, static_cast<uint32_t>(message), text_of(message), marked..., PMX_END);
+    };
+    std::apply(log, std::tuple_cat(std::tuple(marker_of(arguments), arguments)...));
 }
 
 }  // namespace vel::log

@@ -131,6 +131,20 @@ class Delivery {
     PmxObject* object_;  // null: it was busy
 };
 
+// While it lasts no event enters a handler: what is reported meanwhile must not come back into it.
+class Busy {
+  public:
+    explicit Busy(PmxObject* handler)
+        : handler_(handler), was_busy_(std::exchange(handler->busy, true)) {}
+    ~Busy() { handler_->busy = was_busy_; }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+  private:
+    PmxObject* handler_;
+    bool was_busy_;
+};
+
 // Ends every object and forgets them all.
 void end_objects();
 

@@ -97,6 +97,13 @@ void PmxFileHandlerFOpen(PmxObject* handler);
 void PmxFileHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
 void PmxFileHandlerFClose(PmxObject* handler);
 
+/* "pmx_multiproc_filehandler": processes that share a file under one key, "MPFileSemKey". The
+ * properties are those of "pmx_filehandler", the variables too: its AllocVars, FreeVars and
+ * CfgChange; "appending" has no effect, and there are no headers and no trailers. */
+void PmxMultiProcFileHandlerFOpen(PmxObject* handler);
+void PmxMultiProcFileHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxMultiProcFileHandlerFClose(PmxObject* handler);
+
 /* "pmx_basicformatter": "separator", "dateTimeFormat", "locale", and what any object has; the
  * defaults of formatters. There is no header and no trailer. */
 void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);

@@ -1,3 +1,4 @@
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,7 +65,9 @@ TEST_F(ToolkitTest, ListsTheClassesOfAKindInTheOrderOfTheirRegistration) {
     EXPECT_EQ(names(PmxGetLoggerClasses()), "pmx_basiclogger pmx_pdlogger test_logger ");
     EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter pmx_msgidfilter test_filter ");
     EXPECT_EQ(names(PmxGetHandlerClasses()),
-              "pmx_consolehandler pmx_stderrhandler pmx_filehandler test_handler ");
+              "pmx_consolehandler pmx_stderrhandler pmx_filehandler "
+              "pmx_multiproc_filehandler "
+              "test_handler ");
     EXPECT_EQ(names(PmxGetFormatterClasses()),
               "pmx_basicformatter pmx_xmlformatter pmx_veltraceformatter ");
 }
@@ -98,6 +101,31 @@ TEST_F(ToolkitTest, AnswersNothingToAClassThatCallsAPublicForm) {
     EXPECT_NE(GetCapturedStderr().find("Resource deadlock avoided\n"), std::string::npos);
     EXPECT_EQ(recorded(), "-");
     EXPECT_EQ(PmxIsToolkitOpen(), 1);
+}
+
+TEST_F(ToolkitTest, AThreadThatIsCancelledFinishesItsCallFirst) {
+    ASSERT_EQ(open(""), 1);
+    PmxAddHandlerClass(
+        "cancelled", nullptr, nullptr, nullptr, nullptr,
+        [](PmxObject*, PmxEvent*, uint32_t) {
+            pthread_cancel(pthread_self());
+            pthread_testcancel();
+            log.push_back("finished");
+        },
+        nullptr, nullptr);
+    PmxObject* logger = get("logger", "pmx_basiclogger");
+    PmxAddListener(logger, get("handler", "cancelled"));
+    const auto call = [](void* of) -> void* {
+        PmxLogText(static_cast<PmxObject*>(of), "", PMX_END);
+        pthread_testcancel();
+        return of;
+    };
+    pthread_t thread{};
+    void* result = nullptr;
+    ASSERT_EQ(pthread_create(&thread, nullptr, call, logger), 0);
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_EQ(recorded(), "finished");
 }
 
 TEST_F(ToolkitTest, BearsThreadsThatOpenLogAndClose) {
