@@ -5,12 +5,10 @@ namespace vel::log {
 
 std::span<const ClassDefinition* const> builtin_classes() {
     static constexpr const ClassDefinition* kClasses[] = {
-        &kBasicLoggerClass,    &kPDLoggerClass,
-        &kLevelFilterClass,    &kMsgIdFilterClass,
-        &kConsoleHandlerClass, &kStderrHandlerClass,
-        &kFileHandlerClass,    &kMultiProcFileHandlerClass,
-        &kBasicFormatterClass, &kXMLFormatterClass,
-        &kTraceFormatterClass,
+        &kBasicLoggerClass,    &kPDLoggerClass,       &kLevelFilterClass,
+        &kMsgIdFilterClass,    &kConsoleHandlerClass, &kStderrHandlerClass,
+        &kFileHandlerClass,    &kHVNHandlerClass,     &kMultiProcFileHandlerClass,
+        &kBasicFormatterClass, &kXMLFormatterClass,   &kTraceFormatterClass,
     };
     return kClasses;
 }

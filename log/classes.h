@@ -72,6 +72,7 @@ extern const ClassDefinition kMsgIdFilterClass;
 extern const ClassDefinition kConsoleHandlerClass;
 extern const ClassDefinition kStderrHandlerClass;
 extern const ClassDefinition kFileHandlerClass;
+extern const ClassDefinition kHVNHandlerClass;
 extern const ClassDefinition kMultiProcFileHandlerClass;
 extern const ClassDefinition kBasicFormatterClass;
 extern const ClassDefinition kXMLFormatterClass;

@@ -104,6 +104,15 @@ void PmxMultiProcFileHandlerFOpen(PmxObject* handler);
 void PmxMultiProcFileHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
 void PmxMultiProcFileHandlerFClose(PmxObject* handler);
 
+/* "pmx_hvnhandler": "hvnLoggerName", "IPCID", "traceEnabled", "logInternalErrs", and what any
+ * handler has. Process waits half a second at most for room in the channel. */
+void* PmxHVNHandlerFAllocVars(void);
+void PmxHVNHandlerFFreeVars(void* vars);
+void PmxHVNHandlerFCfgChange(PmxObject* handler, const char* property);
+void PmxHVNHandlerFOpen(PmxObject* handler);
+void PmxHVNHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+void PmxHVNHandlerFClose(PmxObject* handler);
+
 /* "pmx_basicformatter": "separator", "dateTimeFormat", "locale", and what any object has; the
  * defaults of formatters. There is no header and no trailer. */
 void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);

@@ -37,6 +37,7 @@ struct Toolkit {
 
     // Events and messages
     bool delivering_report = false;  // a message of the toolkit's own is on its way
+    int64_t channel_sequence = 0;    // of the next message with a number; goes on after a closing
     uc_ch_t* utf8 = nullptr;
     uc_ch_t* pc = nullptr;  // a code page of PCs, and two of EBCDIC: never set here
     uc_ch_t* ebcdic_1047 = nullptr;

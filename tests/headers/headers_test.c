@@ -138,6 +138,8 @@ static int operate_on_nulls(void) {
     PmxConsoleHandlerFProcess(0, 0, 0), PmxStderrHandlerFProcess(0, 0, 0);
     PmxConsoleHandlerFClose(0), PmxFileHandlerFFreeVars(0), PmxFileHandlerFCfgChange(0, 0);
     PmxFileHandlerFOpen(0), PmxFileHandlerFProcess(0, 0, 0), PmxFileHandlerFClose(0);
+    PmxHVNHandlerFFreeVars(0), PmxHVNHandlerFCfgChange(0, 0), PmxHVNHandlerFOpen(0);
+    PmxHVNHandlerFProcess(0, 0, 0), PmxHVNHandlerFClose(0);
     PmxMultiProcFileHandlerFOpen(0), PmxMultiProcFileHandlerFProcess(0, 0, 0);
     PmxMultiProcFileHandlerFClose(0);
     PmxBasicFormatterFCfgChange(0, 0);

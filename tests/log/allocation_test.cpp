@@ -62,7 +62,9 @@ TEST_F(ToolkitTest, LivesThroughEachAllocationThatFails) {
     PmxCloseToolkit();  // and with it the classes of the fixture
     const std::string properties = directory.write(
         "p",
-        "a.inherited=1\na.logger.className=pmx_basiclogger\na.logger.listenerNames=con own ids\n"
+        "a.inherited=1\na.logger.className=pmx_basiclogger\na.logger.listenerNames=con own ids "
+        "hvn\n"
+        "hvn.className=pmx_hvnhandler\nhvn.hvnLoggerName=a_b\nhvn.IPCID=/\n"
         "con.className=pmx_consolehandler\ncon.formatterName=form\nown.className=own_class\n"
         "ids.className=pmx_msgidfilter\nids.mode=unknown\nids.msgIds=A*W *B\n"
         "ids.msgIdRepeatTime=1\nids.listenerNames=tcon\ntcon.className=pmx_consolehandler\n"

@@ -65,7 +65,7 @@ TEST_F(ToolkitTest, ListsTheClassesOfAKindInTheOrderOfTheirRegistration) {
     EXPECT_EQ(names(PmxGetLoggerClasses()), "pmx_basiclogger pmx_pdlogger test_logger ");
     EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter pmx_msgidfilter test_filter ");
     EXPECT_EQ(names(PmxGetHandlerClasses()),
-              "pmx_consolehandler pmx_stderrhandler pmx_filehandler "
+              "pmx_consolehandler pmx_stderrhandler pmx_filehandler pmx_hvnhandler "
               "pmx_multiproc_filehandler "
               "test_handler ");
     EXPECT_EQ(names(PmxGetFormatterClasses()),
