@@ -340,4 +340,73 @@ char* PmxHandlerDoFmt(PmxObject* handler, PmxEvent* event) {
     return locked<pmxIntlHandlerDoFmt>(handler, event);
 }
 
+// First failure data capture
+
+char* PmxFFDCTriggerHandlerGetBaseDir(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetBaseDir>(handler);
+}
+void PmxFFDCTriggerHandlerSetBaseDir(PmxObject* handler, const char* directory) {
+    locked<pmxIntlFFDCTriggerHandlerSetBaseDir>(handler, directory);
+}
+int64_t PmxFFDCTriggerHandlerGetMaxDisk(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetMaxDisk>(handler);
+}
+void PmxFFDCTriggerHandlerSetMaxDisk(PmxObject* handler, int64_t bytes) {
+    locked<pmxIntlFFDCTriggerHandlerSetMaxDisk>(handler, bytes);
+}
+PmxObject* PmxFFDCTriggerHandlerGetFilter(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetFilter>(handler);
+}
+void PmxFFDCTriggerHandlerSetFilter(PmxObject* handler, PmxObject* filter) {
+    locked<pmxIntlFFDCTriggerHandlerSetFilter>(handler, filter);
+}
+char* PmxFFDCTriggerHandlerGetFilterName(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetFilterName>(handler);
+}
+void PmxFFDCTriggerHandlerSetFilterName(PmxObject* handler, const char* name) {
+    locked<pmxIntlFFDCTriggerHandlerSetFilterName>(handler, name);
+}
+int64_t PmxFFDCTriggerHandlerGetInterval(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetInterval>(handler);
+}
+void PmxFFDCTriggerHandlerSetInterval(PmxObject* handler, int64_t milliseconds) {
+    locked<pmxIntlFFDCTriggerHandlerSetInterval>(handler, milliseconds);
+}
+char* PmxFFDCTriggerHandlerGetQuotaPolicy(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetQuotaPolicy>(handler);
+}
+void PmxFFDCTriggerHandlerSetQuotaPolicy(PmxObject* handler, const char* policy) {
+    locked<pmxIntlFFDCTriggerHandlerSetQuotaPolicy>(handler, policy);
+}
+double PmxFFDCTriggerHandlerGetFirstWarning(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetFirstWarning>(handler);
+}
+void PmxFFDCTriggerHandlerSetFirstWarning(PmxObject* handler, double fraction) {
+    locked<pmxIntlFFDCTriggerHandlerSetFirstWarning>(handler, fraction);
+}
+double PmxFFDCTriggerHandlerGetSecondWarning(PmxObject* handler) {
+    return locked<pmxIntlFFDCTriggerHandlerGetSecondWarning>(handler);
+}
+void PmxFFDCTriggerHandlerSetSecondWarning(PmxObject* handler, double fraction) {
+    locked<pmxIntlFFDCTriggerHandlerSetSecondWarning>(handler, fraction);
+}
+char* PmxFileCopyHandlerGetFiles(PmxObject* handler) {
+    return locked<pmxIntlFileCopyHandlerGetFiles>(handler);
+}
+void PmxFileCopyHandlerSetFiles(PmxObject* handler, const char* files) {
+    locked<pmxIntlFileCopyHandlerSetFiles>(handler, files);
+}
+char* PmxFileCopyHandlerGetZipFile(PmxObject* handler) {
+    return locked<pmxIntlFileCopyHandlerGetZipFile>(handler);
+}
+void PmxFileCopyHandlerSetZipFile(PmxObject* handler, const char* name) {
+    locked<pmxIntlFileCopyHandlerSetZipFile>(handler, name);
+}
+char* PmxFileCopyHandlerGetZipCmdPath(PmxObject* handler) {
+    return locked<pmxIntlFileCopyHandlerGetZipCmdPath>(handler);
+}
+void PmxFileCopyHandlerSetZipCmdPath(PmxObject* handler, const char* path) {
+    locked<pmxIntlFileCopyHandlerSetZipCmdPath>(handler, path);
+}
+
 int PmxIsToolkitOpen(void) { return toolkit.open; }

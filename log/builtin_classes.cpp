@@ -5,10 +5,11 @@ namespace vel::log {
 
 std::span<const ClassDefinition* const> builtin_classes() {
     static constexpr const ClassDefinition* kClasses[] = {
-        &kBasicLoggerClass,    &kPDLoggerClass,       &kLevelFilterClass,
-        &kMsgIdFilterClass,    &kConsoleHandlerClass, &kStderrHandlerClass,
-        &kFileHandlerClass,    &kHVNHandlerClass,     &kMultiProcFileHandlerClass,
-        &kBasicFormatterClass, &kXMLFormatterClass,   &kTraceFormatterClass,
+        &kBasicLoggerClass,        &kPDLoggerClass,        &kLevelFilterClass,
+        &kMsgIdFilterClass,        &kConsoleHandlerClass,  &kStderrHandlerClass,
+        &kFileHandlerClass,        &kHVNHandlerClass,      &kMultiProcFileHandlerClass,
+        &kBasicFormatterClass,     &kXMLFormatterClass,    &kTraceFormatterClass,
+        &kFFDCTriggerHandlerClass, &kFileCopyHandlerClass,
     };
     return kClasses;
 }

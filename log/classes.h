@@ -77,6 +77,8 @@ extern const ClassDefinition kMultiProcFileHandlerClass;
 extern const ClassDefinition kBasicFormatterClass;
 extern const ClassDefinition kXMLFormatterClass;
 extern const ClassDefinition kTraceFormatterClass;
+extern const ClassDefinition kFFDCTriggerHandlerClass;
+extern const ClassDefinition kFileCopyHandlerClass;
 
 // In the order of their registration.
 std::span<const ClassDefinition* const> builtin_classes();

@@ -1,8 +1,8 @@
 /* pmx_classes.h — for classes: the operations of the toolkit's own, and the calls that operations
  * may use. The conventions are those of pmx_types.h.
  *
- * Everything in this header but the PmxHandler... calls takes no lock and expects it to be held, as
- * it is while an operation runs.
+ * Everything in this header but the calls of the first two sections takes no lock and expects it to
+ * be held, as it is while an operation runs.
  */
 #ifndef PMX_CLASSES_H
 #define PMX_CLASSES_H
@@ -27,6 +27,42 @@ void PmxHandlerSetFormatter(PmxObject* handler, PmxObject* formatter);
 char* PmxHandlerGetFmtHeader(PmxObject* handler);
 char* PmxHandlerGetFmtTrailer(PmxObject* handler);
 char* PmxHandlerDoFmt(PmxObject* handler, PmxEvent* event);
+
+/* ---- Handlers of first failure data capture ---------------------------------------------------
+ * What they have beside their properties, whose meaning docs/properties.md tells. The first group
+ * goes for both classes. Getters answer 0 or null, and setters do nothing, for a handler of another
+ * class or null. Texts that are got are yours, and a filter comes with a reference for you. */
+
+/* Set: any text, of which 256 bytes count, with "/" for "\"; more than 0 bytes; an object, of
+ * which a reference is taken; any text; more than 0 milliseconds; "QUOTA_IGNORE",
+ * "QUOTA_AUTODELETE" or "QUOTA_SUSPEND"; fractions between 0 and 1. Anything else is ignored. */
+char* PmxFFDCTriggerHandlerGetBaseDir(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetBaseDir(PmxObject* handler, const char* directory);
+int64_t PmxFFDCTriggerHandlerGetMaxDisk(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetMaxDisk(PmxObject* handler, int64_t bytes);
+PmxObject* PmxFFDCTriggerHandlerGetFilter(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetFilter(PmxObject* handler, PmxObject* filter);
+char* PmxFFDCTriggerHandlerGetFilterName(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetFilterName(PmxObject* handler, const char* name);
+int64_t PmxFFDCTriggerHandlerGetInterval(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetInterval(PmxObject* handler, int64_t milliseconds);
+char* PmxFFDCTriggerHandlerGetQuotaPolicy(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetQuotaPolicy(PmxObject* handler, const char* policy);
+double PmxFFDCTriggerHandlerGetFirstWarning(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetFirstWarning(PmxObject* handler, double fraction);
+double PmxFFDCTriggerHandlerGetSecondWarning(PmxObject* handler);
+void PmxFFDCTriggerHandlerSetSecondWarning(PmxObject* handler, double fraction);
+
+/* Files to copy, with blanks between them and double quotes about those with blanks. The name of
+ * the archive; an empty one means none, as at first, and ".zip" is appended to one that does not
+ * end with it. The program that makes archives; a path that is unsafe or names no file is reported
+ * and ignored. A null text changes nothing. */
+char* PmxFileCopyHandlerGetFiles(PmxObject* handler);
+void PmxFileCopyHandlerSetFiles(PmxObject* handler, const char* files);
+char* PmxFileCopyHandlerGetZipFile(PmxObject* handler);
+void PmxFileCopyHandlerSetZipFile(PmxObject* handler, const char* name);
+char* PmxFileCopyHandlerGetZipCmdPath(PmxObject* handler);
+void PmxFileCopyHandlerSetZipCmdPath(PmxObject* handler, const char* path);
 
 /* ---- Operations of the toolkit's classes ------------------------------------------------------
  * An operation of an application's class may call those of the class that it builds on. */
@@ -113,6 +149,21 @@ void PmxHVNHandlerFOpen(PmxObject* handler);
 void PmxHVNHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
 void PmxHVNHandlerFClose(PmxObject* handler);
 
+/* "pmx_ffdc_trigger_handler": "baseDir", "maxDiskSpace", "triggerFilter", "triggerRepeatTime",
+ * "quotaPolicy", "firstWarning", "secondWarning", "warnOnDiskSpace", and what any handler has. */
+void* PmxFFDCTriggerHandlerFAllocVars(void);
+void PmxFFDCTriggerHandlerFFreeVars(void* vars);
+void PmxFFDCTriggerHandlerFCfgChange(PmxObject* handler, const char* property);
+void PmxFFDCTriggerHandlerFOpen(PmxObject* handler);
+void PmxFFDCTriggerHandlerFClose(PmxObject* handler);
+
+/* "pmx_ffdc_filecopy_handler": "filesToCopy", "zipFileName", "zipCmdPath", and what a trigger
+ * handler has; opening and closing are its, too. */
+void* PmxFileCopyHandlerFAllocVars(void);
+void PmxFileCopyHandlerFFreeVars(void* vars);
+void PmxFileCopyHandlerFCfgChange(PmxObject* handler, const char* property);
+void PmxFileCopyHandlerFProcess(PmxObject* handler, PmxEvent* event, uint32_t kind);
+
 /* "pmx_basicformatter": "separator", "dateTimeFormat", "locale", and what any object has; the
  * defaults of formatters. There is no header and no trailer. */
 void PmxBasicFormatterFCfgChange(PmxObject* formatter, const char* property);
@@ -170,6 +221,29 @@ void pmxIntlHandlerSetFormatter(PmxObject* handler, PmxObject* formatter);
 char* pmxIntlHandlerGetFmtHeader(PmxObject* handler);
 char* pmxIntlHandlerGetFmtTrailer(PmxObject* handler);
 char* pmxIntlHandlerDoFmt(PmxObject* handler, PmxEvent* event);
+
+char* pmxIntlFFDCTriggerHandlerGetBaseDir(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetBaseDir(PmxObject* handler, const char* directory);
+int64_t pmxIntlFFDCTriggerHandlerGetMaxDisk(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetMaxDisk(PmxObject* handler, int64_t bytes);
+PmxObject* pmxIntlFFDCTriggerHandlerGetFilter(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetFilter(PmxObject* handler, PmxObject* filter);
+char* pmxIntlFFDCTriggerHandlerGetFilterName(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetFilterName(PmxObject* handler, const char* name);
+int64_t pmxIntlFFDCTriggerHandlerGetInterval(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetInterval(PmxObject* handler, int64_t milliseconds);
+char* pmxIntlFFDCTriggerHandlerGetQuotaPolicy(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetQuotaPolicy(PmxObject* handler, const char* policy);
+double pmxIntlFFDCTriggerHandlerGetFirstWarning(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetFirstWarning(PmxObject* handler, double fraction);
+double pmxIntlFFDCTriggerHandlerGetSecondWarning(PmxObject* handler);
+void pmxIntlFFDCTriggerHandlerSetSecondWarning(PmxObject* handler, double fraction);
+char* pmxIntlFileCopyHandlerGetFiles(PmxObject* handler);
+void pmxIntlFileCopyHandlerSetFiles(PmxObject* handler, const char* files);
+char* pmxIntlFileCopyHandlerGetZipFile(PmxObject* handler);
+void pmxIntlFileCopyHandlerSetZipFile(PmxObject* handler, const char* name);
+char* pmxIntlFileCopyHandlerGetZipCmdPath(PmxObject* handler);
+void pmxIntlFileCopyHandlerSetZipCmdPath(PmxObject* handler, const char* path);
 
 int64_t pmxIntlGetEventTime(const PmxEvent* event);
 int32_t pmxIntlGetEventLevel(const PmxEvent* event);

@@ -87,6 +87,21 @@ static int collect_nulls(void) {
            PmxStrTokIterNext(0, 0);
 }
 
+static int capture_nulls(void) {
+    PmxFFDCTriggerHandlerSetBaseDir(0, 0), PmxFFDCTriggerHandlerSetMaxDisk(0, 0);
+    PmxFFDCTriggerHandlerSetFilter(0, 0), PmxFFDCTriggerHandlerSetFilterName(0, 0);
+    PmxFFDCTriggerHandlerSetInterval(0, 0), PmxFFDCTriggerHandlerSetQuotaPolicy(0, 0);
+    PmxFFDCTriggerHandlerSetFirstWarning(0, 0.5), PmxFFDCTriggerHandlerSetSecondWarning(0, 0.5);
+    PmxFileCopyHandlerSetFiles(0, 0), PmxFileCopyHandlerSetZipFile(0, 0);
+    PmxFileCopyHandlerSetZipCmdPath(0, 0);
+    return PmxFFDCTriggerHandlerGetBaseDir(0) || PmxFFDCTriggerHandlerGetMaxDisk(0) ||
+           PmxFFDCTriggerHandlerGetFilter(0) || PmxFFDCTriggerHandlerGetFilterName(0) ||
+           PmxFFDCTriggerHandlerGetInterval(0) || PmxFFDCTriggerHandlerGetQuotaPolicy(0) ||
+           PmxFFDCTriggerHandlerGetFirstWarning(0) != 0.0 ||
+           PmxFFDCTriggerHandlerGetSecondWarning(0) != 0.0 || PmxFileCopyHandlerGetFiles(0) ||
+           PmxFileCopyHandlerGetZipFile(0) || PmxFileCopyHandlerGetZipCmdPath(0);
+}
+
 static int manage_nulls(void) {
     PmxAddLoggerClass(0, 0, 0, 0, 0, 0), PmxAddFilterClass(0, 0, 0, 0, 0, 0, 0, 0);
     PmxAddHandlerClass(0, 0, 0, 0, 0, 0, 0, 0), PmxAddFormatterClass(0, 0, 0, 0, 0, 0, 0, 0, 0);
@@ -102,7 +117,8 @@ static int manage_nulls(void) {
            PmxGetInheritedObjCfgProp(0, 0, 0) || PmxLogMgrHasCfg(0) || PmxLogMgrGetCfg(0) ||
            PmxLogMgrAddCfg(0) || PmxLogMgrRemCfg(0) || PmxLogMgrUpdateCfg(0) ||
            PmxLogMgrApplyCfg(0, 0) || PmxLogMgrReadProps(0) || PmxHandlerGetFormatter(0) ||
-           PmxHandlerGetFmtHeader(0) || PmxHandlerGetFmtTrailer(0) || PmxHandlerDoFmt(0, 0);
+           PmxHandlerGetFmtHeader(0) || PmxHandlerGetFmtTrailer(0) || PmxHandlerDoFmt(0, 0) ||
+           capture_nulls();
 }
 
 static int log_nulls(int ignored, ...) {
@@ -127,6 +143,26 @@ static int log_nulls(int ignored, ...) {
            PmxAddI18MsgParmBool(0, 1) || PmxAprintf(0, 0) || PmxPrintText(0, 0) ||
            PmxText1047ToUTF8(0, 0) || PmxText37ToUTF8(0, 0) || PmxTextUTF8To1047(0) ||
            PmxTextUTF8To37(0) || PmxGetCodeSet1047() || PmxGetCodeSet37();
+}
+
+static int operate_on_capture_nulls(void) {
+    pmxIntlFFDCTriggerHandlerSetBaseDir(0, 0), pmxIntlFFDCTriggerHandlerSetMaxDisk(0, 0);
+    pmxIntlFFDCTriggerHandlerSetFilter(0, 0), pmxIntlFFDCTriggerHandlerSetFilterName(0, 0);
+    pmxIntlFFDCTriggerHandlerSetInterval(0, 0), pmxIntlFFDCTriggerHandlerSetQuotaPolicy(0, 0);
+    pmxIntlFFDCTriggerHandlerSetFirstWarning(0, 0.5),
+        pmxIntlFFDCTriggerHandlerSetSecondWarning(0, 0.5);
+    PmxFFDCTriggerHandlerFFreeVars(0), PmxFFDCTriggerHandlerFCfgChange(0, 0);
+    PmxFFDCTriggerHandlerFOpen(0), PmxFFDCTriggerHandlerFClose(0);
+    PmxFileCopyHandlerFFreeVars(0), PmxFileCopyHandlerFCfgChange(0, 0);
+    PmxFileCopyHandlerFProcess(0, 0, 0), pmxIntlFileCopyHandlerSetFiles(0, 0);
+    pmxIntlFileCopyHandlerSetZipFile(0, 0), pmxIntlFileCopyHandlerSetZipCmdPath(0, 0);
+    return pmxIntlFFDCTriggerHandlerGetBaseDir(0) || pmxIntlFFDCTriggerHandlerGetMaxDisk(0) ||
+           pmxIntlFFDCTriggerHandlerGetFilter(0) || pmxIntlFFDCTriggerHandlerGetFilterName(0) ||
+           pmxIntlFFDCTriggerHandlerGetInterval(0) || pmxIntlFFDCTriggerHandlerGetQuotaPolicy(0) ||
+           pmxIntlFFDCTriggerHandlerGetFirstWarning(0) != 0.0 ||
+           pmxIntlFFDCTriggerHandlerGetSecondWarning(0) != 0.0 ||
+           pmxIntlFileCopyHandlerGetFiles(0) || pmxIntlFileCopyHandlerGetZipFile(0) ||
+           pmxIntlFileCopyHandlerGetZipCmdPath(0);
 }
 
 static int operate_on_nulls(void) {
@@ -161,7 +197,7 @@ static int operate_on_nulls(void) {
            pmxIntlHandlerDoFmt(0, 0) || pmxIntlGetEventTime(0) || pmxIntlGetEventLevel(0) ||
            TYPED(pmxIntlGetEvent) || pmxIntlGetEventMessageId(0) || pmxIntlGetEventLocale(0) ||
            pmxIntlGetEventIsMessage(0) || pmxIntlSetEventProp(0, 0, 0) ||
-           pmxIntlBindEventMsg(0, 0) || pmxIntlBindI18Msg(0);
+           pmxIntlBindEventMsg(0, 0) || pmxIntlBindI18Msg(0) || operate_on_capture_nulls();
 }
 
 static int wrong_in_operation = -1;

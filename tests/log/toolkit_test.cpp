@@ -66,7 +66,7 @@ TEST_F(ToolkitTest, ListsTheClassesOfAKindInTheOrderOfTheirRegistration) {
     EXPECT_EQ(names(PmxGetFilterClasses()), "pmx_levelfilter pmx_msgidfilter test_filter ");
     EXPECT_EQ(names(PmxGetHandlerClasses()),
               "pmx_consolehandler pmx_stderrhandler pmx_filehandler pmx_hvnhandler "
-              "pmx_multiproc_filehandler "
+              "pmx_multiproc_filehandler pmx_ffdc_trigger_handler pmx_ffdc_filecopy_handler "
               "test_handler ");
     EXPECT_EQ(names(PmxGetFormatterClasses()),
               "pmx_basicformatter pmx_xmlformatter pmx_veltraceformatter ");
