@@ -17,10 +17,12 @@ struct Noun {
 
 constexpr Noun kNouns[] = {
     {"catalog", "message catalogs: make, show and check them"},
+    {"channel", "the channel to an application server: make, read and remove it"},
     {"codeset", "tables of code sets: make, show, check and list them"},
 };
 
 const Verb* const kVerbs[] = {&kCatalogCheck,   &kCatalogCompile, &kCatalogDump, &kCatalogPseudo,
+                              &kChannelCreate,  &kChannelRead,    &kChannelStat, &kChannelRemove,
                               &kCodesetCompile, &kCodesetDump,    &kCodesetList, &kCodesetVerify};
 
 void show_row(std::string_view name, std::string_view summary) {
