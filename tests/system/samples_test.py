@@ -8,6 +8,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zipfile
 import xml.etree.ElementTree
 
 PROGRAM, PACKAGING, BUILD = (pathlib.Path(sys.argv.pop(1)).absolute() for _ in range(3))
@@ -26,17 +27,20 @@ class SamplesTest(unittest.TestCase):
         self.here = pathlib.Path(scratch.name)
         self.log = self.here / "log"  # in the place of /var/log
 
-    def run_with(self, sample, *words, change=lambda text: text, out="", err="", **env):
-        """Logs with a properties file whose logs go to the scratch directory; holds what the terminal gets."""
+    def run_with(self, sample, *words, change=lambda text: text, out="", err="", times=1, **env):
+        """Logs, several times at once, with a properties file whose logs go to the scratch directory; holds what the
+        terminal gets."""
         properties = self.here / "properties"
         text = (PACKAGING / f"{sample}.properties").read_text()
         properties.write_text(change(text).replace("/var/log/", f"{self.log}/"))
         settings = {"MABDIR": str(BUILD), "MAB_CODESET": "UTF-8", "NLSPATH": f"{BUILD}/catalog/%L/%N.cat", "LANG": "C"}
-        done = subprocess.run([PROGRAM, properties, *words], capture_output=True, timeout=60, check=False,
-                              env=settings | env, umask=0)
-        self.assertEqual(done.returncode, 0, done)
-        self.assertRegex(done.stdout.decode(), rf"\A{out}\Z")
-        self.assertRegex(done.stderr.decode(), rf"\A{err}\Z")
+        running = [subprocess.Popen([PROGRAM, properties, *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                    env=settings | env, umask=0) for _ in range(times)]
+        done = [(*process.communicate(timeout=60), process.returncode) for process in running]
+        for said, complained, status in done:
+            self.assertEqual(status, 0, done)
+            self.assertRegex(said, rf"\A{out}\Z")
+            self.assertRegex(complained, rf"\A{err}\Z")
 
     def lines(self, name="velguid.log"):
         """What a log has, without the date that each of its records begins with."""
@@ -124,6 +128,57 @@ class SamplesTest(unittest.TestCase):
         os.remove(self.log / "velguid.log")
         self.run_with("samples/message-ids", change=lambda text: text.replace("PASSTHRU\n", "BLOCK\n"))
         self.assertEqual(self.lines(), INVALID)
+
+    def test_shared_file(self):
+        key = str(0x30000000 + os.getpid())
+        self.addCleanup(subprocess.run, ["ipcrm", "-S", key], check=True)
+        self.run_with("samples/shared-file", "1500", times=4, change=lambda text: text.replace("31822", key))
+        lines = (self.lines("velguid1.log") + self.lines()).splitlines(keepends=True)
+        self.assertEqual(sorted(line for line in lines if "'step'" not in line), sorted(ERRORS.splitlines(keepends=True) * 4))
+        numbers = [int(re.search(r"'(\d+)'\.$", line)[1]) for line in lines if "'step'" in line]
+        self.assertEqual(sorted(numbers), sorted([*range(1, 1501)] * 4))
+        self.assertEqual(self.modes(), {"log": "0o771", "velguid.log": "0o600", "velguid1.log": "0o600"})
+
+    def capture(self, change=lambda text: text):
+        """Captures the log and another file; returns the directory of that day."""
+        (self.here / "VELGUID").write_bytes(b"3c.0a\n")
+        self.run_with("samples/capture", "5", change=lambda text: change(text).replace("/etc/", f"{self.here}/"))
+        (day,) = (self.log / "velguid-ffdc").iterdir()
+        self.assertRegex(day.name, r"\A\d{4}\.\d\d\.\d\d\Z")
+        return day
+
+    def expected_captures(self):
+        """The log ends with the error that it was captured for."""
+        log = (self.log / "velguid.log").read_bytes()
+        return {"VELGUID": b"3c.0a\n", "velguid.log": b"".join(log.splitlines(keepends=True)[:4])}
+
+    def test_capture(self):
+        captured = {path.name: path.read_bytes() for path in self.capture().iterdir()}
+        self.assertEqual(captured, self.expected_captures())
+        self.assertIn(NOT_CREATED.encode(), captured["velguid.log"])
+
+    def test_capture_of_archives_is_switched_on_by_two_lines(self):
+        day = self.capture(lambda text: re.sub("^#(capture)", r"\1", text, count=2, flags=re.M))
+        self.assertEqual([path.name for path in day.iterdir()], ["velguid.zip"])
+        with zipfile.ZipFile(day / "velguid.zip") as archive:
+            self.assertEqual({name: archive.read(name) for name in archive.namelist()}, self.expected_captures())
+
+    def test_capture_ends_at_its_quota(self):
+        self.run_with("samples/capture", change=lambda text: text.replace("= 10485760", "= 1"), err=r"[^$]*PMXFF0061E[^$]*")
+        self.assertEqual(list((self.log / "velguid-ffdc").iterdir()), [])
+
+    def test_channel(self):
+        name = f"samples_{os.getpid()}"
+        veltool = [BUILD / "bin/veltool", "channel"]
+        self.addCleanup(pathlib.Path("/tmp", name).unlink)
+        self.addCleanup(subprocess.run, [*veltool, "remove", "--force", name], check=True)
+        subprocess.run([*veltool, "create", name], check=True, stdout=subprocess.DEVNULL)
+        with subprocess.Popen([*veltool, "read", name, "--follow"], stdout=subprocess.PIPE, text=True) as reader:
+            self.run_with("samples/channel", change=lambda text: text.replace("IPCID = velguid", f"IPCID = {name}"))
+            lines = "".join(reader.stdout.readline() for _ in range(5))
+            reader.terminate()
+        errors = "".join(f"ERROR     velguid: {line}" for line in ERRORS.splitlines(keepends=True))
+        self.assertEqual(DATE.sub("", lines), f"{errors}DEBUG_MIN velguid: {TRACE} [main ../common/main:255]\n")
 
 
 if __name__ == "__main__":
