@@ -11,9 +11,6 @@
 #include <fmt/format.h>
 #include <log4cplus/fileappender.h>
 #include <log4cplus/initializer.h>
-#include <log4cplus/layout.h>
-#include <log4cplus/logger.h>
-#include <log4cplus/loggingmacros.h>
 #include <log4cxx/helpers/pool.h>
 #include <log4cxx/logger.h>
 #include <log4cxx/patternlayout.h>
@@ -39,60 +36,19 @@
 #include <optional>
 #include <string>
 
-#include "bench/peers.h"
-#include "log/pmx_classes.h"
+#include "bench/records.h"
 #include "runtime/rak.h"
-#include "tests/support/scratch_directory.h"
 
 namespace {
 
 using namespace bench;
 
-// Where every call says to be in the source: with the date and the message 130 bytes.
-constexpr const char* kFile = "server/connections/pool.cpp";
-constexpr const char* kFunction = "open_connection";
-constexpr int kLine = 417;
-
 constexpr long kFileBytes = 8 << 20;
 constexpr int kFiles = 3;  // with the active one
 
-// The files of one library: in TMPDIR, so that all are on the same file system.
-struct Files {
-    const std::string& active() const { return active_; }
-
-    std::string read() const {
-        std::string text;
-        for (const auto& entry : std::filesystem::directory_iterator(directory_.path())) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            text.append(std::istreambuf_iterator<char>(file), {});
-        }
-        return text;
-    }
-
-  private:
-    ScratchDirectory directory_{std::filesystem::temp_directory_path()};
-    std::string active_ = directory_.path() / "trace.log";
-};
-
 // ---- Ours -----------------------------------------------------------------------------------
 
-struct Toolkit : Files, OpenToolkit {
-    static void write(int number, const char* text) {
-        PmxLogDebugMin(pmx, kFile, kFunction, kLine, "reading %1$d entries of %2$s from the store",
-                       PMX_INT, number, PMX_STRING, text, PMX_END);
-    }
-
-  protected:
-    static PmxObject* add_formatting_handler(const char* handler_class) {
-        PmxObject* const formatter = PmxGetObject("bench.formatter", "pmx_basicformatter");
-        PmxObject* const handler = add_handler(handler_class);
-        PmxHandlerSetFormatter(handler, formatter);
-        PmxReleaseObject(formatter);
-        return handler;
-    }
-};
-
-struct FileHandler : Toolkit {
+struct FileHandler : Files, RecordingToolkit {
     FileHandler() {
         PmxObject* const handler = add_formatting_handler("pmx_filehandler");
         PmxSetObjProp(handler, "fileName", active().c_str());
@@ -102,7 +58,7 @@ struct FileHandler : Toolkit {
 };
 
 // Makes the records, and drops them.
-struct Formatting : Toolkit {
+struct Formatting : RecordingToolkit {
     Formatting() {
         PmxAddHandlerClass("bench_handler", nullptr, nullptr, nullptr, PmxBasicHandlerFCfgChange,
                            format, nullptr, nullptr);
@@ -192,29 +148,10 @@ struct Log4cxx : Files {
     static inline log4cxx::LoggerPtr logger_;
 };
 
-// LOG4CPLUS_INFO_FMT with the place of above.
-struct Log4cplus : Files {
+struct Log4cplus : Files, RecordingLog4cplus {
     Log4cplus()
-        : appender_(new log4cplus::RollingFileAppender(active(), kFileBytes, kFiles - 1, true)) {
-        appender_->setLayout(
-            std::make_unique<log4cplus::PatternLayout>("%D{%Y-%m-%d %H:%M:%S.%q%z} %F %M %L %m%n"));
-        logger_ = log4cplus::Logger::getInstance(kLogger);
-        logger_.setLogLevel(log4cplus::INFO_LOG_LEVEL);
-        logger_.addAppender(appender_);
-    }
-    ~Log4cplus() { logger_.removeAppender(appender_); }
-    static void write(int number, const char* text) {
-        if (!logger_.isEnabledFor(log4cplus::INFO_LOG_LEVEL)) return;
-        LOG4CPLUS_MACRO_INSTANTIATE_SNPRINTF_BUF(buffer);
-        log4cplus::detail::macro_forced_log(
-            logger_, log4cplus::INFO_LOG_LEVEL,
-            buffer.print("reading %d entries of %s from the store", number, text), kFile, kLine,
-            kFunction);
-    }
-
-  private:
-    log4cplus::SharedAppenderPtr appender_;
-    static inline log4cplus::Logger logger_;
+        : RecordingLog4cplus(log4cplus::SharedAppenderPtr(
+              new log4cplus::RollingFileAppender(active(), kFileBytes, kFiles - 1, true))) {}
 };
 
 namespace blog = boost::log;
