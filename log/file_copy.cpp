@@ -39,6 +39,15 @@ void visit_files(const char* files, Visit visit) {
     }
 }
 
+// The size of a regular file by its path; false: there is none.
+bool measure(const char* path, int64_t& size) {
+    const LocalPath local(path);
+    struct stat found {};
+    if (local.get() == nullptr || stat(local.get(), &found) != 0) return false;
+    size = found.st_size;
+    return S_ISREG(found.st_mode);
+}
+
 // Opens a file to be captured, whose size is known then; -1: it cannot be. No device is opened, and
 // nothing waits for the other end of a pipe.
 CxFile open_source(const char* path, int64_t& size) {
@@ -220,17 +229,15 @@ ListedFiles look_at_files(const char* files) {
     visit_files(files, [&listed](const char* path) {
         ++listed.count;
         int64_t size = 0;
-        const OpenFile file(open_source(path, size));
-        if (!file) return;
+        if (!measure(path, size)) return;
         if (__builtin_add_overflow(listed.bytes, size, &listed.bytes)) listed.bytes = INT64_MAX;
     });
     return listed;
 }
 
 int pmxFileExists(const char* path) {
-    const LocalPath local(path);
-    struct stat found {};
-    return local.get() != nullptr && stat(local.get(), &found) == 0 && S_ISREG(found.st_mode);
+    int64_t size = 0;
+    return measure(path, size);
 }
 
 int pmxIsFilenameUnsafe(const char* text) {

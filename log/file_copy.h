@@ -11,7 +11,7 @@ namespace vel::log {
 
 struct ListedFiles {
     size_t count = 0;   // the paths
-    int64_t bytes = 0;  // in the files that can be captured
+    int64_t bytes = 0;  // in the regular files among them, be they readable or not
 };
 ListedFiles look_at_files(const char* files);
 

@@ -259,7 +259,7 @@ TEST_F(FileCopyTest, CapturesRegularFilesOnlyAndFollowsNoLinkOfSomebodyElse) {
     std::string reports = message(62, "pipe") + message(62, "/dev/zero");
     const bool planted = lchown("planted", 4711, 4711) == 0;
     if (planted) list += " planted", reports += message(62, "planted");
-    EXPECT_EQ(look_at_files(list.c_str()).bytes, 5);
+    EXPECT_EQ(look_at_files(list.c_str()).bytes, planted ? 10 : 5);  // measured without opening
     EXPECT_EQ(copying(list, place), reports);
     EXPECT_EQ(listing(place), "own=alpha");
     EXPECT_EQ(archiving(list, place), reports);
