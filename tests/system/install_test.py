@@ -10,6 +10,7 @@ import unittest
 BUILD = pathlib.Path(sys.argv.pop(1)).absolute()
 LINKS = {"usr/sbin/velguid": "/opt/velmar/guid/bin/velguid", "usr/bin/veltool": "/opt/velmar/guid/bin/veltool"}
 PUBLIC = ("velguid.properties.5", "velguid.8", "veltool.1", "pmxlog.3", "libvel_log.a", "libvel_guid.a", "pmx.h", "mab.h")
+JAVA = ("velguid.jar", "libvelguid_jni.so", "HostIdentity.java") if (BUILD / "lib/velguid.jar").exists() else ()
 
 
 class InstallTest(unittest.TestCase):
@@ -39,7 +40,7 @@ class InstallTest(unittest.TestCase):
         self.install()
         found = self.all()
         for name in ("bin/velguid", "bin/veltool", "codeset/1047", "velguid.properties", "velguid.properties.default",
-                     "samples/xml.properties", *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
+                     "samples/xml.properties", *(f"java/{name}" for name in JAVA), *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
                                                  for name in ("guidmsgs", "pmxmsg"))):
             self.assertTrue((self.guid / name).is_file(), name)
         self.assertEqual([name for name in PUBLIC if not any(
