@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Installs a build into a scratch root, and removes it again. The argument is the directory of the build."""
+"""Installs a build into a scratch root, and removes it again. The arguments are the directory of the build,
+and "with-java" or "without-java"."""
 import os
 import pathlib
 import subprocess
@@ -7,10 +8,11 @@ import sys
 import tempfile
 import unittest
 
+WITH_JAVA = sys.argv.pop(2) == "with-java"
 BUILD = pathlib.Path(sys.argv.pop(1)).absolute()
 LINKS = {"usr/sbin/velguid": "/opt/velmar/guid/bin/velguid", "usr/bin/veltool": "/opt/velmar/guid/bin/veltool"}
 PUBLIC = ("velguid.properties.5", "velguid.8", "veltool.1", "pmxlog.3", "libvel_log.a", "libvel_guid.a", "pmx.h", "mab.h")
-JAVA = ("velguid.jar", "libvelguid_jni.so", "HostIdentity.java") if (BUILD / "lib/velguid.jar").exists() else ()
+JAVA = ("velguid.jar", "velguid-sources.jar", "libvelguid_jni.so", "HostIdentity.java")
 
 
 class InstallTest(unittest.TestCase):
@@ -40,9 +42,11 @@ class InstallTest(unittest.TestCase):
         self.install()
         found = self.all()
         for name in ("bin/velguid", "bin/veltool", "codeset/1047", "velguid.properties", "velguid.properties.default",
-                     "samples/xml.properties", *(f"java/{name}" for name in JAVA), *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
+                     "samples/xml.properties", *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
                                                  for name in ("guidmsgs", "pmxmsg"))):
             self.assertTrue((self.guid / name).is_file(), name)
+        for name in JAVA:
+            self.assertEqual((self.guid / "java" / name).is_file(), WITH_JAVA, name)
         self.assertEqual([name for name in PUBLIC if not any(
             path.startswith("usr/local/") and path.endswith("/" + name) for path in found)], [])
         self.assertEqual({link: os.readlink(self.root / link) for link in LINKS}, LINKS)

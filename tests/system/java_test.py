@@ -167,5 +167,5 @@ if __name__ == "__main__":
         enter_private_host()
     for settings in pathlib.Path(SETTINGS[0]).glob("java-*"):
         shutil.copytree(settings, "/etc/" + settings.name, symlinks=True)
-    subprocess.run(["cmake", "--install", BUILD / "java"], stdout=subprocess.DEVNULL, check=True)
+    subprocess.run(["cmake", "--install", BUILD / "java"], check=True)
     unittest.main(argv=sys.argv[:1])

@@ -3,8 +3,8 @@ package com.velmar.guid;
 import java.util.HexFormat;
 
 /**
- * The GUID of this host: 128 bits, kept in the file {@code /etc/VELGUID} and the same for all programs. A
- * program that finds none may make one with {@link #generateGuid} and keep it with {@link #writeGuid}.
+ * The GUID of this host: 128 bits, kept in the file {@code /etc/VELGUID} and the same for all programs. Where
+ * there is none, root may make one with {@link #generateGuid} and keep it with {@link #writeGuid}.
  *
  * <p>Conventions of the three calls:
  *
