@@ -23,6 +23,7 @@ static_assert(com_velmar_guid_HostGuid_GUID_S_WRITE_FAILED == guid_s_write_faile
 constexpr jint kSuccess = com_velmar_guid_HostGuid_SUCCESS;
 constexpr jint kRefused = com_velmar_guid_HostGuid_REFUSED;
 constexpr jint kGuidBytes = com_velmar_guid_HostGuid_LENGTH;
+constexpr jint kFailed = -1;  // of getIEEE802Address, which knows no other failure
 constexpr jint kAddressBytes = com_velmar_guid_Platform_ADDRESS_LENGTH;
 
 // An array's elements, taken from the virtual machine; they go back with what was changed. Null
@@ -99,18 +100,19 @@ jlong Java_com_velmar_guid_Platform_getOSProcessId(JNIEnv*, jclass) {
 }
 
 jint Java_com_velmar_guid_Platform_getIEEE802Address(JNIEnv* env, jclass, jbyteArray address) {
-    if (!address) return kRefused;
+    if (!address) return kFailed;
     uint8_t found[kAddressBytes];
     Status status = 0;
     guid_get_address(found, &status);
     if (status == guid_s_no_address) {
         puts("Error : status is guid_s_no_address.");
         fflush(stdout);  // the virtual machine's own output does not wait for it
-        return kRefused;
+        return kFailed;
     }
-    // Kept: any other failure counts as done, with the zeros that the library leaves.
+    // Kept for programs that know one failure only: any other counts as done, with the zeros that
+    // the library leaves.
     const ByteElements elements(env, address);
-    if (!elements.get()) return kRefused;
+    if (!elements.get()) return kFailed;
     std::copy_n(found, std::min(env->GetArrayLength(address), kAddressBytes), elements.get());
     return kSuccess;
 }

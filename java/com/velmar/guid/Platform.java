@@ -27,8 +27,8 @@ public final class Platform {
      *
      * @param address takes as many bytes of the address as there is room for, from the first one on, 6 at
      *     most; further elements stay as they are
-     * @return 0, or -1 when the array is null or no address is known, and then the array is as it was. A
-     *     search that failed in another way gives 0, too, and an address that is all zeros.
+     * @return 0, or -1 when the array is null, no address is known or memory has run out, and then the
+     *     array is as it was. A search that failed in another way gives 0, too, and an address of zeros.
      */
     public static native int getIEEE802Address(byte[] address);
 }
