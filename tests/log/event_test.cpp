@@ -9,14 +9,6 @@
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
 
-static PmxEvent* make_event(const char* text, ...) {
-    va_list arguments;
-    va_start(arguments, text);
-    PmxEvent* const event = PmxVaAllocEvent(PMX_WARN, nullptr, 0, 0, text, arguments);
-    va_end(arguments);
-    return event;
-}
-
 TEST(Level, IsReadFromTheStartOfAText) {
     const struct {
         const char* text;
@@ -96,7 +88,7 @@ TEST_F(ToolkitTest, MakesOfEachCallItsEvent) {
 
 TEST_F(ToolkitTest, ReadsTypedArguments) {
     PmxEvent* const event =
-        make_event("%d %d %ld %.1f %.2f %c %s|%s", PMX_BOOL, 0x101, PMX_INT, -7, PMX_LONG,
+        make_event(PMX_WARN, "%d %d %ld %.1f %.2f %c %s|%s", PMX_BOOL, 0x101, PMX_INT, -7, PMX_LONG,
                    INT64_MIN, PMX_FLOAT, 0.5, PMX_DOUBLE, 0.25, PMX_CHAR, 'c', PMX_STRING, "text",
                    PMX_STRING, nullptr, PMX_PROPERTY, "b", PMX_BOOL, 1, PMX_PROPERTY, "i", PMX_INT,
                    5, PMX_PROPERTY, "l", PMX_LONG, INT64_MAX, PMX_PROPERTY, "f", PMX_FLOAT, 0.5,
@@ -124,7 +116,7 @@ TEST_F(ToolkitTest, ReportsArgumentsThatAreNotEndedOrNotTyped) {
     ASSERT_EQ(open(""), 1);
     const auto report = [](auto... arguments) {
         CaptureStderr();
-        PmxEvent* const event = make_event("", arguments..., PMX_END);
+        PmxEvent* const event = make_event(PMX_WARN, "", arguments..., PMX_END);
         const int count = event->message->parms == nullptr ? 0 : event->message->parms->count;
         PmxFreeEvent(event);
         const std::string printed = GetCapturedStderr();
@@ -155,7 +147,7 @@ TEST_F(ToolkitTest, HasRoomForEventsOfAnySize) {
                        "p", PMX_STRING, text.c_str(), PMX_END);
         EXPECT_EQ(recorded(), "recorder103:" + text);
     }
-    PmxEvent* const event = make_event("", PMX_END);
+    PmxEvent* const event = make_event(PMX_WARN, "", PMX_END);
     for (int i = 0; i < 1000; ++i) PmxSetEventPropInt(event, std::to_string(i % 500).c_str(), i);
     EXPECT_EQ(PmxGetEventPropInt(event, "123", nullptr), 623);
     PmxFreeEvent(event);

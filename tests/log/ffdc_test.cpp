@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <sstream>
 
 #include "log/event.h"
@@ -17,6 +16,7 @@
 
 namespace fs = std::filesystem;
 using namespace vel::log;
+using vel::runtime::Owned;
 
 // What happens to each name below a directory as soon as it has been looked at.
 static std::function<void(const char* name, struct stat& status)> when_seen;
@@ -69,21 +69,16 @@ class FFDCTest : public ToolkitTest {
             << ffdc_vars(handler)->warn_on_disk_space;
         return all.str();
     }
-    // An event; behind its level comes the end of an argument list.
-    static auto event(int64_t time, int32_t level, ...) {
-        va_list arguments;
-        va_start(arguments, level);
-        std::unique_ptr<PmxEvent, void (*)(PmxEvent*)> made(
-            PmxVaAllocEvent(level, nullptr, 0, 0, "text", arguments), PmxFreeEvent);
-        va_end(arguments);
+    static auto event(int64_t time, int32_t level = PMX_ERROR) {
+        Owned<PmxEvent, PmxFreeEvent> made(make_event(level, "text", PMX_END));
         made->time = time;
         return made;
     }
     int acts(int64_t time, int32_t level = PMX_ERROR) {
-        return pmxShouldFFDCActionOccur(handler, event(time, level, PMX_END).get());
+        return pmxShouldFFDCActionOccur(handler, event(time, level).get());
     }
     std::string capture_directory(int64_t time) {
-        const auto made = event(time, PMX_ERROR, PMX_END);
+        const auto made = event(time);
         const std::string path = taken(pmxMakeFFDCDir(handler, made.get()));
         EXPECT_EQ(taken(PmxGetEventProp(made.get(), "ffdcDir", nullptr)), path);
         return path;
@@ -201,7 +196,8 @@ TEST_F(FFDCTest, CapturesTheEventsOfADayInOneDirectory) {
     }
     for (const int64_t time : {253'402'300'800'000 + kDay, INT64_MAX})  // from the year 10000 on
         EXPECT_EQ(capture_directory(time), "-");
-    const auto other = event(kNoon, PMX_ERROR, PMX_PROPERTY, "ffdcDir", PMX_STRING, "/o/", PMX_END);
+    const auto other = event(kNoon);
+    PmxSetEventProp(other.get(), "ffdcDir", "/o/");
     EXPECT_EQ(taken(pmxMakeFFDCDir(handler, other.get())), "/o/");
 }
 

@@ -4,15 +4,6 @@
 #include "log/event.h"
 #include "tests/log/toolkit_fixture.h"
 
-static PmxEvent* make_event(int32_t level, ...) {
-    va_list arguments;
-    va_start(arguments, level);
-    PmxEvent* const event = PmxVaAllocEvent(level, nullptr, 0, 0, "message", arguments);
-    va_end(arguments);
-    event->time = 1'704'204'189'045;  // 2024-01-02 14:03:09.045 UTC
-    return event;
-}
-
 class FormatterTest : public ToolkitTest {
   protected:
     void SetUp() override {
@@ -35,23 +26,25 @@ class FormatterTest : public ToolkitTest {
 };
 
 TEST_F(FormatterTest, WritesTheFieldsThatAnEventHas) {
-    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "2024-01-02 14:03:09.045+00:00 message\n");
+    EXPECT_EQ(format(make_event(PMX_INFO, "message", PMX_END)),
+              "2024-01-02 14:03:09.045+00:00 message\n");
     PmxSetObjProp(formatter, "separator", "|");
     const auto full = [] {
-        return make_event(PMX_INFO, PMX_PROPERTY, "server", PMX_STRING, "s", PMX_PROPERTY, "client",
-                          PMX_STRING, "cl", PMX_PROPERTY, "component", PMX_STRING, "co",
-                          PMX_PROPERTY, "product", PMX_STRING, "p", PMX_PROPERTY, "organization",
-                          PMX_STRING, "", PMX_PROPERTY, "pmx_prop_srcline", PMX_INT, 0,
-                          PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING, "g", PMX_PROPERTY,
+        return make_event(PMX_INFO, "message", PMX_PROPERTY, "server", PMX_STRING, "s",
+                          PMX_PROPERTY, "client", PMX_STRING, "cl", PMX_PROPERTY, "component",
+                          PMX_STRING, "co", PMX_PROPERTY, "product", PMX_STRING, "p", PMX_PROPERTY,
+                          "organization", PMX_STRING, "", PMX_PROPERTY, "pmx_prop_srcline", PMX_INT,
+                          0, PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING, "g", PMX_PROPERTY,
                           "pmx_prop_srcfile", PMX_STRING, "f.c", PMX_END);
     };
     EXPECT_EQ(format(full()), "2024-01-02 14:03:09.045+00:00|f.c|g|0||p|co|cl|s|message\n");
     PmxSetObjProp(formatter, "dateTimeFormat", "%H.%M");
     EXPECT_EQ(format(full()), "14.03|f.c|g|0||p|co|cl|s|message\n");
     PmxSetObjProp(formatter, "dateTimeFormat", std::string(500, 'x').c_str());
-    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "|message\n");
+    EXPECT_EQ(format(make_event(PMX_INFO, "message", PMX_END)), "|message\n");
     PmxSetObjProp(formatter, "dateTimeFormat", "%H");
-    PmxEvent* const placed = make_event(PMX_INFO, PMX_PROPERTY, "server", PMX_STRING, "s", PMX_END);
+    PmxEvent* const placed =
+        make_event(PMX_INFO, "message", PMX_PROPERTY, "server", PMX_STRING, "s", PMX_END);
     EXPECT_EQ(taken(PmxBasicFormatterFFormat(formatter, placed)), "14|s|message\n");
     const vel::log::SourcePlace place{.file = "f.c", .function = "g", .line = 7};
     placed->place = &place;
@@ -91,18 +84,19 @@ static std::string trace(PmxEvent* event) {
 }
 
 TEST_F(FormatterTest, TraceHasAllFieldsBehindARecordSeparator) {
-    EXPECT_EQ(trace(make_event(PMX_INFO, PMX_END)), "INFO  -  -  -  -  - message\n");
-    PmxEvent* const full = make_event(
-        PMX_WARN, PMX_PROPERTY, "server", PMX_STRING, "alpha.beta.c", PMX_PROPERTY, "processId",
-        PMX_LONG, int64_t{4711}, PMX_PROPERTY, "threadId", PMX_LONG, int64_t{-1}, PMX_PROPERTY,
-        "pmx_prop_srcfile", PMX_STRING, "main.c", PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING,
-        "doIt", PMX_PROPERTY, "pmx_prop_srcline", PMX_INT, 42, PMX_END);
+    EXPECT_EQ(trace(make_event(PMX_INFO, "message", PMX_END)), "INFO  -  -  -  -  - message\n");
+    PmxEvent* const full =
+        make_event(PMX_WARN, "message", PMX_PROPERTY, "server", PMX_STRING, "alpha.beta.c",
+                   PMX_PROPERTY, "processId", PMX_LONG, int64_t{4711}, PMX_PROPERTY, "threadId",
+                   PMX_LONG, int64_t{-1}, PMX_PROPERTY, "pmx_prop_srcfile", PMX_STRING, "main.c",
+                   PMX_PROPERTY, "pmx_prop_srcfunction", PMX_STRING, "doIt", PMX_PROPERTY,
+                   "pmx_prop_srcline", PMX_INT, 42, PMX_END);
     PmxSetEventMessageId(full, "ITS123E");
     EXPECT_EQ(
         trace(full),
         "WARN  - alpha - p4711:t18446744073709551615 - main.c:doIt(42) - ITS123E - message\n");
     const vel::log::SourcePlace place{"f.c", "g", 5};
-    PmxEvent* const placed = make_event(PMX_INFO, PMX_END);
+    PmxEvent* const placed = make_event(PMX_INFO, "message", PMX_END);
     placed->place = &place;
     EXPECT_EQ(trace(placed), "INFO  -  -  - f.c:g(5) -  - message\n");
     EXPECT_EQ(PmxVelTraceFormatterFFormat(formatter, nullptr), nullptr);
@@ -120,22 +114,23 @@ TEST_F(FormatterTest, TraceLeavesOutWhatAnEventHasNot) {
         {" -  - :g", "pmx_prop_srcfile", "", "pmx_prop_srcfunction", "g"},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(trace(make_event(PMX_ERROR, PMX_PROPERTY, row.name, PMX_STRING, row.value,
-                                   PMX_PROPERTY, row.name2, PMX_STRING, row.value2, PMX_END)),
-                  std::string("ERROR - ") + row.fields + " -  - message\n");
+        EXPECT_EQ(
+            trace(make_event(PMX_ERROR, "message", PMX_PROPERTY, row.name, PMX_STRING, row.value,
+                             PMX_PROPERTY, row.name2, PMX_STRING, row.value2, PMX_END)),
+            std::string("ERROR - ") + row.fields + " -  - message\n");
     }
 }
 
 TEST_F(FormatterTest, TraceNamesLevelsInFiveCharactersAndFatalOnesErrors) {
     std::string words;
     for (int32_t level : {1000, 2000, 3000, 4000, 5000, 6000, 7000, 4500, 0, PMX_NO_LEVEL + 0})
-        words += trace(make_event(level, PMX_END)).substr(0, 7) + "|";
+        words += trace(make_event(level, "message", PMX_END)).substr(0, 7) + "|";
     EXPECT_EQ(words,
               " MAX  -| MID  -| MIN  -|INFO  -|WARN  -|ERROR -|ERROR -|OTHER -|OTHER -|OTHER -|");
 }
 
 TEST_F(FormatterTest, TraceFindsTheIdentifierInTheMessage) {
-    PmxEvent* const event = make_event(PMX_INFO, PMX_STRING, "0001", PMX_END);
+    PmxEvent* const event = make_event(PMX_INFO, "message", PMX_STRING, "0001", PMX_END);
     PmxSetI18MsgTxt(event->message, "HQXGD%sI text");
     EXPECT_EQ(trace(event), "INFO  -  -  -  - HQXGD0001I - HQXGD0001I text\n");
 }
@@ -154,12 +149,13 @@ TEST_F(FormatterTest, MessagesAreBoundByTheFormattersOwnBinder) {
     PmxAddFormatterClass("own", nullptr, nullptr, nullptr, nullptr, PmxBasicFormatterFFormat,
                          nullptr, nullptr, [](PmxI18Msg*) { return RakStringDup("bound"); });
     formatter = get("own", "own");
-    EXPECT_EQ(format(make_event(PMX_INFO, PMX_END)), "2024-01-02 14:03:09.045+00:00 bound\n");
+    EXPECT_EQ(format(make_event(PMX_INFO, "message", PMX_END)),
+              "2024-01-02 14:03:09.045+00:00 bound\n");
 }
 
 TEST_F(FormatterTest, GivesItsLocaleToTheEvent) {
     PmxSetObjProp(formatter, "locale", "pt-br");
-    PmxEvent* const event = make_event(PMX_INFO, PMX_END);
+    PmxEvent* const event = make_event(PMX_INFO, "message", PMX_END);
     taken(PmxBasicFormatterFFormat(formatter, event));
     EXPECT_STREQ(PmxGetEventLocale(event), "pt_BR");
     EXPECT_STREQ(event->message->locale, "pt_BR");
@@ -192,7 +188,7 @@ TEST_F(FormatterTest, IsChosenByTheHandler) {
 TEST_F(FormatterTest, LevelFilterPassesWhatIsAtOrAboveItsThreshold) {
     PmxObject* const filter = get("filter", "pmx_levelfilter");
     const auto passes = [filter](int32_t level) {
-        PmxEvent* const event = make_event(level, PMX_END);
+        PmxEvent* const event = make_event(level, "message", PMX_END);
         const int answer = PmxIsLoggableByFilter(filter, event);
         PmxFreeEvent(event);
         return answer;

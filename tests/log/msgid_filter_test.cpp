@@ -5,6 +5,7 @@
 
 using testing::internal::CaptureStderr;
 using testing::internal::GetCapturedStderr;
+using vel::runtime::Owned;
 
 TEST(PatternMatch, TakesEachPieceWhereItFirstOccurs) {
     const struct {
@@ -74,16 +75,10 @@ class MsgIdFilterTest : public ToolkitTest {
         log.clear();
         return all;
     }
-    // Whether a message comes through; behind its time comes the end of an argument list.
-    int passes(const char* text, int64_t time, ...) {
-        va_list arguments;
-        va_start(arguments, time);
-        PmxEvent* const event = PmxVaAllocEvent(PMX_INFO, nullptr, 0, 0, text, arguments);
-        va_end(arguments);
+    int passes(const char* text, int64_t time) {
+        const Owned<PmxEvent, PmxFreeEvent> event(make_event(PMX_INFO, text));
         event->time = time;
-        const int answer = PmxIsLoggableByFilter(filter, event);
-        PmxFreeEvent(event);
-        return answer;
+        return PmxIsLoggableByFilter(filter, event.get());
     }
     PmxObject* filter = nullptr;
     PmxObject* logger = nullptr;
@@ -127,7 +122,7 @@ TEST_F(MsgIdFilterTest, BlocksAndWarnsInAnUnknownMode) {
 }
 
 TEST_F(MsgIdFilterTest, HoldsRepetitionsBackFromTheLastOneThatPassed) {
-    EXPECT_EQ(passes("ABC001E", 5, PMX_END) * 2 + passes("ABC001E", 5, PMX_END),
+    EXPECT_EQ(passes("ABC001E", 5) * 2 + passes("ABC001E", 5),
               3);  // not unless it is told to
     PmxSetObjProp(filter, "msgIdRepeatTime", "60000");
     const struct {
@@ -141,14 +136,14 @@ TEST_F(MsgIdFilterTest, HoldsRepetitionsBackFromTheLastOneThatPassed) {
         {"none", 0, 1},          {"ABC003I", 0, 0},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(passes(row.id, row.time, PMX_END), row.passes) << row.id << " at " << row.time;
+        EXPECT_EQ(passes(row.id, row.time), row.passes) << row.id << " at " << row.time;
     }
     PmxSetObjProp(filter, "msgIds", "");
-    EXPECT_EQ(passes("ABC003I", 1, PMX_END), 1);       // only what passes is noted
+    EXPECT_EQ(passes("ABC003I", 1), 1);                // only what passes is noted
     PmxSetObjProp(filter, "msgIdRepeatTime", "soon");  // no number: as it was
-    EXPECT_EQ(passes("ABC001E", 180'000, PMX_END), 0);
+    EXPECT_EQ(passes("ABC001E", 180'000), 0);
     PmxSetObjProp(filter, "msgIdRepeatTime", "9223372036854775807");
-    EXPECT_EQ(passes("ABC001E", INT64_MAX, PMX_END), 0);
+    EXPECT_EQ(passes("ABC001E", INT64_MAX), 0);
     PmxSetObjProp(filter, "msgIdRepeatTime", "0");
-    EXPECT_EQ(passes("ABC001E", 120'001, PMX_END), 1);
+    EXPECT_EQ(passes("ABC001E", 120'001), 1);
 }

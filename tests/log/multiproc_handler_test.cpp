@@ -24,14 +24,11 @@ class MultiProcFileHandlerTest : public LogFileTest {
     }
     void set_key(int key) { set("MPFileSemKey", std::to_string(key)); }
 
-    void write_at(int64_t second, const char* text, ...) {
-        va_list none;
-        va_start(none, text);
-        PmxEvent* const event = PmxVaAllocEvent(PMX_WARN, nullptr, 0, 0, text, none);
-        va_end(none);
+    void write_at(int64_t second, const char* text) {
+        const vel::runtime::Owned<PmxEvent, PmxFreeEvent> event(
+            make_event(PMX_WARN, text, PMX_END));
         event->time = second * 1000;
-        PmxMultiProcFileHandlerFProcess(handler, event, PMX_HANDLER);
-        PmxFreeEvent(event);
+        PmxMultiProcFileHandlerFProcess(handler, event.get(), PMX_HANDLER);
     }
     void append_by_other(const std::string& text) {
         std::ofstream(file, std::ios::app | std::ios::binary) << text;
@@ -164,12 +161,12 @@ TEST_F(MultiProcFileHandlerTest, NothingIsWrittenToADescriptorThatIsAnotherFiles
 
 TEST_F(MultiProcFileHandlerTest, AFileThatHasLostItsNameIsNoticedInTheNextSecond) {
     share("h.maxFiles=2\nh.maxFileBytes=4\n");
-    write_at(1, "123", PMX_END);
-    write_at(2, "45\n", PMX_END);
+    write_at(1, "123");
+    write_at(2, "45\n");
     fs::rename(file, directory.path() / "kept");
-    write_at(2, "6\n", PMX_END);  // full, but nobody's active file any more
+    write_at(2, "6\n");  // full, but nobody's active file any more
     append_by_other("new");
-    write_at(3, "7\n", PMX_END);
+    write_at(3, "7\n");
     EXPECT_EQ(files(), "kept:12345\n6\n s.log:new7\n");
 }
 
@@ -180,7 +177,7 @@ TEST_F(MultiProcFileHandlerTest, EventsGoOnToItsListenersAlsoWhenTheyCannotBeWri
     set("fileName", made + "/s.log");
     write("1");
     PmxSetObjectEnabled(handler, 0);
-    write_at(1, "2", PMX_END);
+    write_at(1, "2");
     PmxSetObjectEnabled(handler, 1);
     set("fileName", made);
     EXPECT_EQ(reported([&] { write("3"); }), "Is a directory");

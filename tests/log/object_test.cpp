@@ -236,13 +236,7 @@ TEST_F(ToolkitTest, ChecksKindAndClassBeforeItUsesAnObject) {
     ASSERT_EQ(open(""), 1);
     PmxObject* const logger = recorded_logger();
     PmxObject* const formatter = get("pmxlog.defaultFormatter");
-    PmxEvent* const event = [](int level, ...) {
-        va_list arguments;
-        va_start(arguments, level);
-        PmxEvent* const made = PmxVaAllocEvent(level, nullptr, 0, 0, "text", arguments);
-        va_end(arguments);
-        return made;
-    }(PMX_WARN, PMX_END);
+    PmxEvent* const event = make_event(PMX_WARN, "text", PMX_END);
     EXPECT_EQ(PmxHandlerGetFormatter(logger), nullptr);
     EXPECT_EQ(PmxHandlerDoFmt(logger, event), nullptr);
     EXPECT_EQ(PmxIsLoggableByFilter(logger, event), 0);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "log/event.h"
 #include "log/pmx.h"
 #include "runtime/owned.h"
 #include "tests/support/scratch_directory.h"
@@ -14,6 +15,17 @@
 inline std::string taken(char* text) {
     const vel::runtime::OwnedText owned(text);
     return text == nullptr ? "-" : text;
+}
+
+// An event of 2024-01-02 14:03:09.045 UTC, to be freed; its arguments and properties end with
+// PMX_END.
+inline PmxEvent* make_event(int32_t level, const char* text, ...) {
+    va_list arguments;
+    va_start(arguments, text);
+    PmxEvent* const event = PmxVaAllocEvent(level, nullptr, 0, 0, text, arguments);
+    va_end(arguments);
+    event->time = 1'704'204'189'045;
+    return event;
 }
 
 class ToolkitTest : public testing::Test {
