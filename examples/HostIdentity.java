@@ -4,7 +4,7 @@ import java.nio.ByteBuffer;
 import java.util.HexFormat;
 import java.util.UUID;
 
-/** Shows who this process is: the host by its GUID, which root makes when there is none, node address, id. */
+/** Shows the host's GUID (root makes one when there is none), node address and this process. */
 public final class HostIdentity {
     private HostIdentity() {}
 

@@ -5,28 +5,40 @@ import java.io.IOException;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
+import java.util.function.ToLongFunction;
 
-/** Makes one call; prints its result and the array after it. METHOD [null | ELEMENT,...] [no-descriptors] */
+/**
+ * Makes one call, and prints its result and the array after it. The arguments are the method, the
+ * elements of the array with "," between, or "null", and "no-descriptors" when none may be left.
+ */
 final class GuidCalls {
     private static final List<FileInputStream> OPEN = new ArrayList<>();
+
+    private static final Map<String, ToLongFunction<int[]>> CALLS =
+        Map.ofEntries(Map.entry("generateGuid", HostGuid::generateGuid),
+            Map.entry("writeGuid", HostGuid::writeGuid), Map.entry("readGuid", HostGuid::readGuid),
+            Map.entry("getIEEE802Address", GuidCalls::getAddress),
+            Map.entry("getOSProcessId",
+                unused -> Platform.getOSProcessId() - ProcessHandle.current().pid()));
 
     private GuidCalls() {}
 
     public static void main(String[] words) {
-        int[] array = words[1].equals("null") ? null
-            : Arrays.stream(words[1].split(",")).filter(word -> !word.isEmpty()).mapToInt(Integer::parseInt).toArray();
+        int[] array = words[1].equals("null") ? null : toArray(words[1]);
         if (words.length > 2) {
             HostGuid.readGuid(null); // the class and its library are loaded before
             exhaustDescriptors();
         }
-        long result = switch (words[0]) {
-            case "generateGuid" -> HostGuid.generateGuid(array);
-            case "writeGuid" -> HostGuid.writeGuid(array);
-            case "readGuid" -> HostGuid.readGuid(array);
-            case "getOSProcessId" -> Platform.getOSProcessId() - ProcessHandle.current().pid();
-            default -> getAddress(array);
-        };
+        long result = CALLS.get(words[0]).applyAsLong(array);
         System.out.println(result + " " + Arrays.toString(array));
+    }
+
+    private static int[] toArray(String elements) {
+        if (elements.isEmpty()) {
+            return new int[0];
+        }
+        return Arrays.stream(elements.split(",")).mapToInt(Integer::parseInt).toArray();
     }
 
     private static int getAddress(int[] array) {

@@ -3,20 +3,23 @@ package com.velmar.guid;
 import java.util.HexFormat;
 
 /**
- * The GUID of this host: 128 bits, kept in the file {@code /etc/VELGUID} and the same for all programs. Where
- * there is none, root may make one with {@link #generateGuid} and keep it with {@link #writeGuid}.
+ * The GUID of this host: 128 bits, kept in the file {@code /etc/VELGUID} and the same for all
+ * programs. Where there is none, root may make one with {@link #generateGuid} and keep it with
+ * {@link #writeGuid}.
  *
  * <p>Conventions of the three calls:
  *
  * <ul>
- *   <li>A GUID is 16 bytes in network byte order, laid out as RFC 4122 has it. It stands in the elements 0 to
- *       15 of an array, a byte in each; further elements stay as they are.
- *   <li>The result is a status: {@link #SUCCESS}, one of the constants below, or what is named at the call.
- *       With any other than SUCCESS the array is as it was.
- *   <li>An array that is null or has fewer than 16 elements is {@link #REFUSED}, and nothing is done.
- *   <li>No call throws. The first use of the class throws {@link UnsatisfiedLinkError}, a later one {@link
- *       NoClassDefFoundError}, when the native library ({@code libvelguid_jni.so}) is neither on {@code
- *       java.library.path}, nor beside the jar, nor in {@code /opt/velmar/guid/java}.
+ *   <li>A GUID is 16 bytes in network byte order, laid out as RFC 4122 has it. It stands in the
+ *       elements 0 to 15 of an array, a byte in each; further elements stay as they are.
+ *   <li>The result is a status: {@link #SUCCESS}, one of the constants below, or what is named at
+ *       the call. With any other than SUCCESS the array is as it was.
+ *   <li>An array that is null or has fewer than 16 elements is {@link #REFUSED}, and nothing is
+ *       done.
+ *   <li>No call throws. The first use of the class throws {@link UnsatisfiedLinkError}, a later one
+ *       {@link NoClassDefFoundError}, when the native library ({@code libvelguid_jni.so}) is
+ *       neither on {@code java.library.path}, nor beside the jar, nor in {@code
+ *       /opt/velmar/guid/java}.
  *   <li>Any thread may call. What another thread puts into the array during a call may be lost.
  * </ul>
  */
@@ -28,8 +31,8 @@ public final class HostGuid {
     public static final int SUCCESS = 0;
 
     /**
-     * The array is null or too short. From {@link #generateGuid} also: the network interfaces could not be
-     * asked for their addresses.
+     * The array is null or too short. From {@link #generateGuid} also: the network interfaces could
+     * not be asked for their addresses.
      */
     public static final int REFUSED = -1;
 
@@ -61,15 +64,16 @@ public final class HostGuid {
      * Makes a new GUID of the time and the node address, and keeps it nowhere.
      *
      * @param guid takes the GUID, each byte as 0 to 255
-     * @return the status: SUCCESS, REFUSED, GUID_S_NO_ADDRESS, GUID_S_NO_MEMORY, or a small positive error
-     *     number of the name resolver, on a host without an Ethernet interface whose name has no address
+     * @return the status: SUCCESS, REFUSED, GUID_S_NO_ADDRESS, GUID_S_NO_MEMORY, or a small
+     *     positive error number of the name resolver, on a host without an Ethernet interface whose
+     *     name has no address
      */
     public static native int generateGuid(int[] guid);
 
     /**
-     * Stores a GUID in {@code /etc/VELGUID}, which root may do. Whoever is stopped on the way leaves the old
-     * GUID or the new one. What goes wrong once the file is open, as on a full disk, is not reported: read
-     * the GUID back to be sure.
+     * Stores a GUID in {@code /etc/VELGUID}, which root may do. Whoever is stopped on the way
+     * leaves the old GUID or the new one. What goes wrong once the file is open, as on a full disk,
+     * is not reported: read the GUID back to be sure.
      *
      * @param guid the GUID; of each element the low 8 bits count
      * @return the status: SUCCESS, REFUSED, GUID_S_WRITE_FAILED or GUID_S_NO_MEMORY
@@ -85,8 +89,8 @@ public final class HostGuid {
     public static native int readGuid(int[] guid);
 
     /**
-     * Shows the stored GUID on standard output, as {@code velguid -Show} does. Exits with 1 when there is
-     * none and with 2 when there are arguments.
+     * Shows the stored GUID on standard output, as {@code velguid -Show} does. Exits with 1 when
+     * there is none and with 2 when there are arguments.
      *
      * @param arguments none
      */

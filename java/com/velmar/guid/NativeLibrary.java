@@ -15,8 +15,8 @@ final class NativeLibrary {
     private NativeLibrary() {}
 
     /**
-     * Loads the library, if it is not loaded yet: from {@code java.library.path}, from beside the jar, or
-     * from where it is installed, the first that will do.
+     * Loads the library, if it is not loaded yet: from {@code java.library.path}, from beside the
+     * jar, or from where it is installed, the first that will do.
      *
      * @throws UnsatisfiedLinkError when none will; the later tries are its suppressed errors
      */
@@ -40,7 +40,7 @@ final class NativeLibrary {
         throw failure;
     }
 
-    /** The installed file, too, when these classes come from no file of their own (as in an image). */
+    /** The installed file, too, when these classes come from no file of their own. */
     private static Path besideTheJar() {
         CodeSource source = NativeLibrary.class.getProtectionDomain().getCodeSource();
         URL location = source == null ? null : source.getLocation();
