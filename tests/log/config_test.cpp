@@ -2,21 +2,9 @@
 
 #include "tests/log/toolkit_fixture.h"
 
-static std::string texts(PmxStringGroupLink* it) {
-    std::string all;
-    for (; PmxStringGroupIterHasNext(it); it = PmxStringGroupIterNext(it)) {
-        all += taken(PmxStringGroupIterGet(it)) + " ";
-    }
-    return all;
-}
-
 // The references that a test has taken of configurations.
-class ConfigTest : public ToolkitTest {
+class ConfigTest : public OpenToolkitTest {
   protected:
-    void SetUp() override {
-        ToolkitTest::SetUp();
-        ASSERT_EQ(open(""), 1);
-    }
     void TearDown() override {
         for (PmxObjCfg* const taken : taken_) PmxReleaseObjCfg(taken);
         ToolkitTest::TearDown();

@@ -3,34 +3,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstring>
-#include <functional>
-#include <set>
-#include <sstream>
 
 #include "log/copy_blocks.h"
 #include "log/file_copy.h"
-#include "tests/log/toolkit_fixture.h"
+#include "tests/log/log_file_fixture.h"
 #include "tests/support/failing_allocation.h"
 
 namespace fs = std::filesystem;
 using namespace vel::log;
 
-static std::string content(const fs::path& file) {
-    return (std::ostringstream() << std::ifstream(file).rdbuf()).str();
-}
-
-// The names in a directory or an archive with their contents, as "a=1 b=2".
-static std::string listing(const fs::path& directory) {
-    std::set<std::string> all;
-    for (const fs::path& file : fs::directory_iterator(directory))
-        all.insert(file.filename().string() + "=" + content(file));
-    std::string joined;
-    for (const std::string& each : all) joined += (joined.empty() ? "" : " ") + each;
-    return joined;
-}
+// The names in an archive with their contents.
 static std::string archived(const std::string& archive) {
     const ScratchDirectory out;
     EXPECT_EQ(system(("python3 -m zipfile -e " + archive + " " + out.path().string()).c_str()), 0);
@@ -39,7 +23,7 @@ static std::string archived(const std::string& archive) {
 
 // A handler that captures when an error is logged, in a directory of the test's own. The working
 // directory has the files "a" and "b c".
-class FileCopyTest : public ToolkitTest {
+class FileCopyTest : public HandlerTest {
   protected:
     void SetUp() override {
         ToolkitTest::SetUp();
@@ -53,31 +37,17 @@ class FileCopyTest : public ToolkitTest {
         fs::current_path("/");
     }
     void open_handler(const std::string& properties = "") {
-        ASSERT_EQ(open("log.className=pmx_basiclogger\nlog.listenerNames=h\n"
-                       "h.className=pmx_ffdc_filecopy_handler\nh.listenerNames=next\n"
-                       "h.triggerFilter=ids\nh.baseDir=../base\n"
-                       "ids.className=pmx_msgidfilter\nids.mode=PASSTHRU\nids.msgIds=*E\n"
-                       "next.className=test_handler\n" +
-                       properties),
-                  1);
-        logger = get("log");
-        handler = get("h");
-        log.clear();
+        HandlerTest::open_handler(
+            "pmx_ffdc_filecopy_handler",
+            "h.listenerNames=next\nnext.className=test_handler\n"
+            "h.triggerFilter=ids\nh.baseDir=../base\n"
+            "ids.className=pmx_msgidfilter\nids.mode=PASSTHRU\nids.msgIds=*E\n" +
+                properties);
     }
     // Logs an event in a millisecond of its own, as no two actions are in one; what is reported.
     std::string reports_of(const char* text = "ABC001E") {
         for (const int64_t now = CxSystemGetTimestamp(); CxSystemGetTimestamp() == now;) continue;
-        return reported([&] { PmxLogText(logger, text, PMX_END); });
-    }
-    // What an action reports, without the dates.
-    static std::string reported(const std::function<void()>& action) {
-        testing::internal::CaptureStderr();
-        action();
-        std::istringstream lines(testing::internal::GetCapturedStderr());
-        const size_t date = strlen("2026-11-21 16:13:03.963+00:00 ");
-        std::string all, line;
-        while (std::getline(lines, line)) all += line.substr(std::min(line.size(), date)) + "\n";
-        return all;
+        return report_of(text);
     }
     // What is reported when the files of a list come into a directory, or an archive there.
     static std::string copying(const std::string& list, const std::string& to) {
@@ -96,7 +66,7 @@ class FileCopyTest : public ToolkitTest {
             {"4E Could not create the zip file ", "."},
             {"5E The specified zip command '", "'. does not exist or cannot be run."}};
         const auto [before, behind] = kTexts[number - 62];
-        return std::string("PMXFF006") + before + of + behind + "\n";
+        return std::string("PMXFF006") + before + of + behind;
     }
     // The directory of the day's captures, "": there is none.
     static std::string day() {
@@ -105,8 +75,6 @@ class FileCopyTest : public ToolkitTest {
     }
 
     const std::string place = directory.path() / "place/";  // captures without an event go there
-    PmxObject* logger = nullptr;
-    PmxObject* handler = nullptr;
 };
 
 TEST(FileCopyNames, AreUnsafeWithAnyCharacterThatIsNotListed) {
@@ -122,11 +90,10 @@ TEST(FileCopyNames, AreUnsafeWithAnyCharacterThatIsNotListed) {
 
 TEST_F(FileCopyTest, GivesArchivesAnExtension) {
     open_handler();
-    const char* const names[][2] = {{"data.ZIP", "data.ZIP"},     {"data", "data.zip"},
-                                    {"data.tar", "data.tar.zip"}, {".zip", ".zip"},
-                                    {"a.zip/b", "a.zip/b.zip"},   {"", "-"}};
+    const char* const names[][2] = {
+        {"data.ZIP", "data.ZIP"}, {"data", "data.zip"}, {"a.zip/b", "a.zip/b.zip"}, {"", "-"}};
     for (const auto& [name, stored] : names) {
-        PmxSetObjProp(handler, "zipFileName", name);
+        set("zipFileName", name);
         PmxFileCopyHandlerSetZipFile(handler, nullptr);
         EXPECT_EQ(taken(PmxFileCopyHandlerGetZipFile(handler)), stored);
     }
@@ -139,10 +106,10 @@ TEST_F(FileCopyTest, KeepsItsZipProgramWhenAnotherIsUnsafeOrMissing) {
     ASSERT_EQ(mkfifo("pipe", 0700), 0);
     const std::string longer(300, 'x');
     for (const char* path : {"z;", "z\xC3\xA4", "missing", ".", "pipe", "", longer.c_str()}) {
-        EXPECT_EQ(reported([&] { PmxSetObjProp(handler, "zipCmdPath", path); }), message(65, path));
+        EXPECT_EQ(report_of("zipCmdPath", path), message(65, path));
         EXPECT_EQ(taken(PmxFileCopyHandlerGetZipCmdPath(handler)), "/usr/bin/zip");
     }
-    PmxSetObjProp(handler, "zipCmdPath", "a");
+    set("zipCmdPath", "a");
     EXPECT_EQ(taken(PmxFileCopyHandlerGetZipCmdPath(handler)), "a");
 }
 
@@ -151,24 +118,24 @@ TEST_F(FileCopyTest, CopiesWhatIsThereAndWarnsOnceOfEachThatIsNot) {
     EXPECT_EQ(reports_of("ABC001W"), "") << "this is no trigger";
     EXPECT_EQ(day(), "");
     EXPECT_EQ(reports_of(), message(62, "missing"));
-    EXPECT_EQ(listing(day()), "a=alpha b c=beta");
+    EXPECT_EQ(listing(day()), "a:alpha b c:beta");
     EXPECT_EQ(recorded(), "next103:ABC001W next103:ABC001E");
     EXPECT_EQ(fs::status(day() + "a").permissions(), fs::perms(0600));
     std::ofstream(day() + "a") << "0123456789";
     EXPECT_EQ(reports_of(), message(62, "missing"));
-    EXPECT_EQ(listing(day()), "a=alpha56789 b c=beta") << "a longer older copy keeps its end";
+    EXPECT_EQ(listing(day()), "a:alpha56789 b c:beta") << "a longer older copy keeps its end";
 }
 
 TEST_F(FileCopyTest, MakesNothingWhenNoListedFileIsThere) {
     open_handler("h.filesToCopy=missing .\n");
-    const std::string none = message(62, "missing") + message(62, ".");
+    const std::string none = message(62, "missing") + "|" + message(62, ".");
     EXPECT_EQ(reports_of(), none);
-    PmxSetObjProp(handler, "zipFileName", "z");
-    EXPECT_EQ(reports_of(), none + message(65, "NULL"));
-    PmxSetObjProp(handler, "zipCmdPath", "/usr/bin/zip");
-    EXPECT_EQ(reports_of(), none + message(64, day() + "/z.zip"));
+    set("zipFileName", "z");
+    EXPECT_EQ(reports_of(), none + "|" + message(65, "NULL"));
+    set("zipCmdPath", "/usr/bin/zip");
+    EXPECT_EQ(reports_of(), none + "|" + message(64, day() + "/z.zip"));
     EXPECT_EQ(listing(day()), "");
-    PmxSetObjProp(handler, "zipFileName", "");
+    set("zipFileName", "");
     EXPECT_EQ(reports_of(), none);
     EXPECT_EQ(recorded(), "next103:ABC001E next103:ABC001E next103:ABC001E next103:ABC001E");
 }
@@ -179,9 +146,9 @@ TEST_F(FileCopyTest, CapturesNothingWithoutSpace) {
     PmxSetObjectEnabled(handler, 0);
     EXPECT_EQ(reports_of().substr(0, 10), "PMXFF0061E");
     EXPECT_EQ(day(), "");
-    PmxSetObjProp(handler, "maxDiskSpace", "9");
+    set("maxDiskSpace", "9");
     EXPECT_EQ(reports_of(), "");
-    EXPECT_EQ(listing(day()), "a=alpha b c=beta");
+    EXPECT_EQ(listing(day()), "a:alpha b c:beta");
     EXPECT_EQ(recorded(), "") << "and hands nothing on";
 }
 
@@ -193,15 +160,15 @@ TEST_F(FileCopyTest, HasAZipProgramArchiveFilesWhateverTheEnvironmentSays) {
     setenv("ZIPOPT", "-m", 1);  // would remove what it takes
     setenv("ZIP", "-m", 1);
     EXPECT_EQ(reports_of(), message(62, "missing"));
-    EXPECT_EQ(archived(day() + "data.zip"), "-m=minus a=alpha b c=beta");
+    EXPECT_EQ(archived(day() + "data.zip"), "-m:minus a:alpha b c:beta");
     EXPECT_EQ(fs::status(day() + "data.zip").permissions(), fs::perms(0600));
     directory.write("from/a", "omega");
-    PmxSetObjProp(handler, "filesToCopy", "a");
+    set("filesToCopy", "a");
     EXPECT_EQ(reports_of(), "");
-    EXPECT_EQ(archived(day() + "data.zip"), "-m=minus a=omega b c=beta");
+    EXPECT_EQ(archived(day() + "data.zip"), "-m:minus a:omega b c:beta");
     unsetenv("ZIPOPT");
     unsetenv("ZIP");
-    EXPECT_EQ(listing("."), "-m=minus a=omega b c=beta");
+    EXPECT_EQ(listing("."), "-m:minus a:omega b c:beta");
 }
 
 TEST_F(FileCopyTest, ReportsAZipProgramThatCannotRunOnceAndGoesOnOnce) {
@@ -209,10 +176,10 @@ TEST_F(FileCopyTest, ReportsAZipProgramThatCannotRunOnceAndGoesOnOnce) {
     directory.write("from/removed", "");
     ASSERT_EQ(chmod("broken", 0700), 0);
     open_handler("h.zipFileName=z\nh.filesToCopy=a\n");
-    EXPECT_EQ(reports_of(), "Invalid argument\n" + message(65, "NULL"));
+    EXPECT_EQ(reports_of(), "Invalid argument|" + message(65, "NULL"));
     std::string passes;
     for (const std::string program : {"a", "broken", "removed"}) {
-        PmxSetObjProp(handler, "zipCmdPath", program.c_str());
+        set("zipCmdPath", program);
         if (program == "removed") fs::remove(program);
         EXPECT_EQ(reports_of(),
                   program == "removed" ? message(65, program) : message(64, day() + "/z.zip"));
@@ -229,7 +196,7 @@ TEST_F(FileCopyTest, GivesAZipProgramNoInputAndOpenStandardStreams) {
     const int input = dup(STDIN_FILENO), errors = dup(STDERR_FILENO);
     dup2(STDERR_FILENO, STDIN_FILENO);
     close(STDERR_FILENO);
-    PmxLogText(logger, "ABC001E", PMX_END);
+    write("ABC001E");
     dup2(errors, STDERR_FILENO);
     dup2(input, STDIN_FILENO);
     for (const int file : {input, errors}) close(file);
@@ -256,16 +223,16 @@ TEST_F(FileCopyTest, CapturesRegularFilesOnlyAndFollowsNoLinkOfSomebodyElse) {
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     for (const char* name : {"own", "planted"}) fs::create_symlink("a", name);
     std::string list = "pipe /dev/zero own";
-    std::string reports = message(62, "pipe") + message(62, "/dev/zero");
+    std::string reports = message(62, "pipe") + "|" + message(62, "/dev/zero");
     const bool planted = lchown("planted", 4711, 4711) == 0;
-    if (planted) list += " planted", reports += message(62, "planted");
+    if (planted) list += " planted", reports += "|" + message(62, "planted");
     EXPECT_EQ(look_at_files(list.c_str()).bytes, planted ? 10 : 5);  // measured without opening
     EXPECT_EQ(copying(list, place), reports);
-    EXPECT_EQ(listing(place), "own=alpha");
+    EXPECT_EQ(listing(place), "own:alpha");
     EXPECT_EQ(archiving(list, place), reports);
-    EXPECT_EQ(archived(place + "a.zip"), "own=alpha");
+    EXPECT_EQ(archived(place + "a.zip"), "own:alpha");
     pmxFileCopyHandlerCopyToZip("/usr/bin/zip", "a \"b c\"", 1, place.c_str(), "b.zip", "h");
-    EXPECT_EQ(archived(place + "b.zip"), "a=alpha") << "as many as were counted";
+    EXPECT_EQ(archived(place + "b.zip"), "a:alpha") << "as many as were counted";
 }
 
 TEST_F(FileCopyTest, CapturesIntoNoDirectoryThatIsMissingOrALink) {
@@ -292,15 +259,15 @@ TEST_F(FileCopyTest, TakesPathsOf255BytesAndNoneThatEndWithASlash) {
     directory.write("from/" + fits, "1");
     directory.write("from/" + above, "2");
     EXPECT_EQ(copying(fits + " " + above + " " + longer + " a/", place),
-              message(62, longer) + message(62, "a/") + message(63, " "));
+              message(62, longer) + "|" + message(62, "a/") + "|" + message(63, " "));
     EXPECT_EQ(reported([&] { pmxFCHDoFileCopy("a\\", place.c_str(), "h"); }), message(62, "a\\"));
-    EXPECT_EQ(listing(place), fits + "=1");
+    EXPECT_EQ(listing(place), fits + ":1");
 }
 
 TEST_F(FileCopyTest, TellsReadingThatFailsFromWritingThatFails) {
     open_handler();
     EXPECT_EQ(copying("/proc/self/comm", place), "");  // whose size is 0
-    EXPECT_NE(listing(place), "comm=");
+    EXPECT_NE(listing(place), "comm:");
     const std::string unreadable = "/proc/self/mem";  // nothing is at its beginning
     EXPECT_EQ(copying(unreadable, place), message(62, unreadable));
     directory.write("from/large", std::string(30'000, 'x'));
@@ -334,6 +301,6 @@ TEST_F(FileCopyTest, LivesThroughEachAllocationThatFails) {
             rak_fail_after(0);
             EXPECT_EQ(rak_live_blocks(), blocks) << n;
         }
-        EXPECT_EQ(listing(day()), "a=alpha b c=beta");
+        EXPECT_EQ(listing(day()), "a:alpha b c:beta");
     }
 }

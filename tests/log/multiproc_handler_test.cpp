@@ -69,17 +69,17 @@ TEST_F(MultiProcFileHandlerTest, AFileIsEmptiedAlthoughItsBackupCannotBeOpened) 
     testing::internal::CaptureStdout();
     const std::string report = "PMXMP0073W Could not write to the backup log file " + here +
                                "s1.log during log file rollover.";
-    EXPECT_EQ(reported([&] { write("lost\n"); }), "Directory not empty|Is a directory|" + report);
+    EXPECT_EQ(report_of("lost\n"), "Directory not empty|Is a directory|" + report);
     EXPECT_EQ(content(here + "errors"), "Directory not emptyIs a directory" + report);
     set("appending", "false");
     set("logInternalErrs", "");  // which means the same
-    EXPECT_EQ(reported([&] { write("kept\n"); }), "Directory not empty|Is a directory");
+    EXPECT_EQ(report_of("kept\n"), "Directory not empty|Is a directory");
     const std::string line = "ERR opening " + here + "s1.log pre rollover\n";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), line + line);
     EXPECT_EQ(content(file) + content(here + "victim"), "kept\nsafe");
     fs::remove(here + "s1.log");
     directory.write("s1.log", "older\nrecords\n");  // of which the end stays
-    reported([&] { write("next\n"); });
+    report_of("next\n");
     EXPECT_EQ(content(here + "s1.log"), "kept\n\nrecords\n");
 }
 
@@ -103,7 +103,7 @@ TEST_F(MultiProcFileHandlerTest, ARecordBeginsALineBehindATornOne) {
     signal(SIGXFSZ, SIG_IGN);
     limit_files(300);
     const std::string longer(300, 'x');  // than fits, with what is there
-    EXPECT_EQ(reported([&] { write(longer.c_str()); }), "File too large");
+    EXPECT_EQ(report_of(longer), "File too large");
     limit_files(RLIM_INFINITY);
     write("6\n");
     mab_set_dir(VEL_CODESET_DIR);
@@ -113,7 +113,7 @@ TEST_F(MultiProcFileHandlerTest, ARecordBeginsALineBehindATornOne) {
     EXPECT_EQ(content(file), (expected + longer).substr(0, 300) + "\n6\n\xf2\xf7%");
     limit_files(300);  // too little for the old file
     set("maxFileBytes", "1");
-    EXPECT_NE(reported([&] { write("8\n"); }).find("PMXMP0073W"), std::string::npos);
+    EXPECT_NE(report_of("8\n").find("PMXMP0073W"), std::string::npos);
     limit_files(RLIM_INFINITY);
     EXPECT_EQ(content(file), "\xf8%");
 }
@@ -123,7 +123,7 @@ TEST_F(MultiProcFileHandlerTest, ASemaphoreThatIsRemovedIsMadeAgain) {
     write("1\n");
     EXPECT_EQ(vars().semaphore, semget(kKey, 1, 0));
     semctl(vars().semaphore, 0, IPC_RMID);  // as an administrator may do
-    EXPECT_EQ(reported([&] { write("lost\n"); }), "Invalid argument");
+    EXPECT_EQ(report_of("lost\n"), "Invalid argument");
     write("2\n");
     EXPECT_EQ(content(file), "1\n2\n");
 }
@@ -180,6 +180,6 @@ TEST_F(MultiProcFileHandlerTest, EventsGoOnToItsListenersAlsoWhenTheyCannotBeWri
     write_at(1, "2");
     PmxSetObjectEnabled(handler, 1);
     set("fileName", made);
-    EXPECT_EQ(reported([&] { write("3"); }), "Is a directory");
+    EXPECT_EQ(report_of("3"), "Is a directory");
     EXPECT_EQ(recorded() + content(made + "/s.log"), "recorder103:1 recorder103:31");
 }

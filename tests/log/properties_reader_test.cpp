@@ -19,28 +19,16 @@ static std::string entries(const std::string& path) {
     return all + (read ? "" : "!");
 }
 
-// fuzz/properties_reader.cpp holds the reader against a model; here is what its rows are to mean.
+// fuzz/properties_reader.cpp holds the reader against a model; here is what is odd in that.
 TEST_F(ToolkitTest, ReadsPropertiesByTheirSyntax) {
     const std::pair<std::string, std::string> rows[] = {
-        {"", ""},
-        {"# a=1\n\n  ! b=2\r\n\n", ""},
-        {"a.b.c = x y \n", "a.b.c=x y ;"},
-        {"a 1\nb:2\nc  =  3", "a=1;b=2;c=3;"},
-        {"a=1\\\n   2\nb=x\\\n\n\ny", "a=12;b=xy;"},
-        {"a=\\ \\\"\\'\\\\", "a= \"'\\;"},
-        {"a\\ b\\:\\=\\\\=1", "a b:=\\=1;"},
+        {"a.b.c = x y \\\n  z\n! b=2\r\n\nb:2\nc 3", "a.b.c=x y z;b=2;c=3;"},
         {":a=1\n\\b=2\n", ":a=1;\\b=2;"},
-        {"  =x", "!"},
         {"a=1\nb=", "a=1;b=;"},
         {"a=\n", "!"},
         {"a=1\nb", "a=1;b=;"},
-        {"a=1\nb\n", "a=1;!"},
-        {"b", "!"},
-        {"a\\n=1", "!"},
         {"a=\\u0041\nb=\\U0001", "a=A;b=B;"},
         {"a=\\u00e9\\u000F", "a=IN;"},  // letters count from 0, and codes add up
-        {"a=\\u00g0", "!"},
-        {"a#!=#!:=", "a#!=#!:=;"},
         {std::string("a=1\0z\nb=2", 9), "a=1;b=2;"},
     };
     for (const auto& [text, pairs] : rows) {
@@ -57,8 +45,7 @@ TEST_F(ToolkitTest, SaysWhichPropertyHasABadEscape) {
               "sequence.\n");
 }
 
-TEST_F(ToolkitTest, RefusesEntriesThatNameNoConfiguration) {
-    ASSERT_EQ(open(""), 1);
+TEST_F(OpenToolkitTest, RefusesEntriesThatNameNoConfiguration) {
     for (const char* text : {"plain=1", ".b=1", "a.=1", "a.b="}) {
         EXPECT_EQ(PmxLogMgrReadProps(directory.write("p", text).c_str()), 0) << text;
     }

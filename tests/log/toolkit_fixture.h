@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,15 @@ inline std::string taken(char* text) {
     return text == nullptr ? "-" : text;
 }
 
+// The texts of a group, each with a blank behind it.
+inline std::string texts(PmxStringGroupLink* it) {
+    std::string all;
+    for (; PmxStringGroupIterHasNext(it); it = PmxStringGroupIterNext(it)) {
+        all += taken(PmxStringGroupIterGet(it)) + " ";
+    }
+    return all;
+}
+
 // An event of 2024-01-02 14:03:09.045 UTC, to be freed; its arguments and properties end with
 // PMX_END.
 inline PmxEvent* make_event(int32_t level, const char* text, ...) {
@@ -26,6 +37,13 @@ inline PmxEvent* make_event(int32_t level, const char* text, ...) {
     va_end(arguments);
     event->time = 1'704'204'189'045;
     return event;
+}
+
+// Sets properties, of "key value key value".
+template <class T>
+void set_pairs(T* of, int (*set)(T*, const char*, const char*), const char* text) {
+    std::istringstream pairs(text);
+    for (std::string key, value; pairs >> key >> value;) set(of, key.c_str(), value.c_str());
 }
 
 class ToolkitTest : public testing::Test {
@@ -53,11 +71,15 @@ class ToolkitTest : public testing::Test {
         return PmxGetObject(name, class_name);
     }
 
-    // A new logger with one recording handler; both end with the toolkit.
-    static PmxObject* recorded_logger() {
+    // A new logger with one handler, recording or of an operation; both end with the toolkit.
+    static PmxObject* recorded_logger(const char* handler_class = "test_handler") {
         PmxObject* const logger = get("logger", "pmx_basiclogger");
-        PmxAddListener(logger, get("recorder", "test_handler"));
+        PmxAddListener(logger, get("recorder", handler_class));
         return logger;
+    }
+    static PmxObject* logger_to(void (*process)(PmxObject*, PmxEvent*, uint32_t)) {
+        PmxAddHandlerClass("own", nullptr, nullptr, nullptr, nullptr, process, nullptr, nullptr);
+        return recorded_logger("own");
     }
 
     // What has been recorded since the last call, with blanks between.
@@ -65,6 +87,20 @@ class ToolkitTest : public testing::Test {
         std::string all;
         for (const std::string& entry : log) all += (all.empty() ? "" : " ") + entry;
         log.clear();
+        return all;
+    }
+
+    // What the toolkit says meanwhile, without dates, lines joined by "|".
+    template <class Action>
+    static std::string reported(Action action) {
+        testing::internal::CaptureStderr();
+        action();
+        std::istringstream lines(testing::internal::GetCapturedStderr());
+        std::string all;
+        constexpr size_t kDate = sizeof "2024-01-02 14:03:09.045+01:00";
+        for (std::string line; std::getline(lines, line);) {
+            all += (all.empty() ? "" : "|") + line.substr(std::min(kDate, line.size()));
+        }
         return all;
     }
 
@@ -89,5 +125,13 @@ class ToolkitTest : public testing::Test {
     }
     static void note_close(PmxObject* handler) {
         log.push_back("close:" + taken(pmxIntlGetObjectName(handler)));
+    }
+};
+
+class OpenToolkitTest : public ToolkitTest {
+  protected:
+    void SetUp() override {
+        ToolkitTest::SetUp();
+        ASSERT_EQ(open(""), 1);
     }
 };

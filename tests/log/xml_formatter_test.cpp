@@ -1,6 +1,4 @@
 // The XML formatter, and the logger that gives events what it writes.
-#include <sstream>
-
 #include "log/event.h"
 #include "log/message_id.h"
 #include "runtime/cx_os.h"
@@ -13,25 +11,19 @@ extern "C" int __wrap_gethostname(char* name, size_t size) {
     return host_name == nullptr ? -1 : (snprintf(name, size, "%s", host_name), 0);
 }
 
-static PmxEvent* make_event(int32_t level, const char* catalog, const char* text, ...) {
-    va_list arguments;
-    va_start(arguments, text);
-    PmxEvent* const event = PmxVaAllocEvent(level, catalog, 3, 7, text, arguments);
-    va_end(arguments);
-    event->time = 1'704'204'189'045;
+static PmxEvent* of_catalog(const char* catalog, PmxEvent* event) {
+    PmxSetEventIsMessage(event, catalog != nullptr);
+    PmxSetI18MsgCat(event->message, catalog);
+    PmxSetI18MsgSet(event->message, 3);
+    PmxSetI18MsgKey(event->message, 7);
     return event;
-}
-
-template <class T>
-static void set_pairs(T* of, int (*set)(T*, const char*, const char*), const char* text) {
-    std::istringstream pairs(text);
-    for (std::string key, value; pairs >> key >> value;) set(of, key.c_str(), value.c_str());
 }
 
 static PmxEvent* make_full_event(const char* catalog) {
     PmxEvent* const event =
-        make_event(PMX_FATAL, catalog, "ABC123I <%s>", PMX_STRING, "]]>", PMX_LONG, INT64_MIN,
-                   PMX_INT, 0, PMX_DOUBLE, 1.5, PMX_CHAR, 'c', PMX_BOOL, 1, PMX_BOOL, 0, PMX_END);
+        of_catalog(catalog, make_event(PMX_FATAL, "ABC123I <%s>", PMX_STRING, "]]>", PMX_LONG,
+                                       INT64_MIN, PMX_INT, 0, PMX_DOUBLE, 1.5, PMX_CHAR, 'c',
+                                       PMX_BOOL, 1, PMX_BOOL, 0, PMX_END));
     set_pairs(event, PmxSetEventProp,
               "processId -4 threadId -1 correlationId corr organization org client cl server host "
               "serverFormat IP own <& product prod component comp productInstance inst "
@@ -48,12 +40,11 @@ static const std::string kProduct = " <ProductId>prod</ProductId>\n";
 static const std::string kComponent = " <Component>comp</Component>\n";
 static const std::string kInstance = " <ProductInstance>inst</ProductInstance>\n";
 
-class XMLFormatterTest : public ToolkitTest {
+class XMLFormatterTest : public OpenToolkitTest {
   protected:
     void SetUp() override {
-        ToolkitTest::SetUp();
+        OpenToolkitTest::SetUp();
         PmxAddHandlerClass("keeper", nullptr, nullptr, nullptr, nullptr, keep, nullptr, nullptr);
-        ASSERT_EQ(open(""), 1);
         formatter = get("x", "pmx_xmlformatter");
     }
     std::string format(PmxEvent* event) {
@@ -78,11 +69,6 @@ class XMLFormatterTest : public ToolkitTest {
     static std::string ids() {
         return "processId=" + std::to_string(CxProcessGetCurrentID()) +
                ";threadId=" + std::to_string(CxThreadGetCurrentID()) + ";";
-    }
-    // What is on standard error from the first identifier of a message on.
-    static std::string reported() {
-        const std::string printed = testing::internal::GetCapturedStderr();
-        return printed.substr(printed.find(" PMX") + 1);
     }
     PmxObject* formatter = nullptr;
 };
@@ -112,7 +98,7 @@ TEST_F(XMLFormatterTest, WritesAllThatAnEventHasAsItIs) {
 
 TEST_F(XMLFormatterTest, LeavesOutWhatAnEventHasNot) {
     const std::string text = " <LogText><![CDATA[text]]></LogText>\n";
-    PmxEvent* const event = make_event(PMX_NO_LEVEL, nullptr, "text", PMX_END);
+    PmxEvent* const event = of_catalog(nullptr, make_event(PMX_NO_LEVEL, "text", PMX_END));
     EXPECT_EQ(taken(PmxPDXMLFormatterFFormat(formatter, event)),
               "<Trace>\n" + time_element() + text +
                   " <Source FileName=\"None\" Method=\"None\"/>\n</Trace>\n");
@@ -142,7 +128,7 @@ TEST_F(XMLFormatterTest, BeginsWithKindIdentifierAndLevel) {
     for (const auto& row : rows) {
         set("forceAsMessage", row.as_message);
         set("forceAsTrace", row.as_trace);
-        PmxEvent* const event = make_event(row.level, row.catalog, row.text, PMX_END);
+        PmxEvent* const event = of_catalog(row.catalog, make_event(row.level, row.text, PMX_END));
         PmxSetEventMessageId(event, row.id);
         EXPECT_EQ(format(event).find(std::string("<") + row.tag + ">\n"), 0U) << row.tag;
     }
@@ -167,12 +153,14 @@ TEST_F(XMLFormatterTest, WritesWhatAllRecordsShareOnceAfterEachRequestForTheHead
 // The record has a kilobyte at first: the product fills it, and there is no more for the date.
 TEST_F(XMLFormatterTest, ReportsThatThereIsNoMemoryForADate) {
     set("singleProduct", "true");
-    PmxEvent* const event = make_event(PMX_INFO, nullptr, "text", PMX_END);
+    PmxEvent* const event = make_event(PMX_INFO, "text", PMX_END);
     PmxSetEventProp(event, "product", std::string(930, 'x').c_str());
-    testing::internal::CaptureStderr();
-    rak_fail_after(2);
-    const std::string record = format(event);
-    EXPECT_EQ(reported(), "PMXBC0020E Out of memory.\n");
+    std::string record;
+    EXPECT_EQ(reported([&] {
+                  rak_fail_after(2);
+                  record = format(event);
+              }),
+              "PMXBC0020E Out of memory.");
     EXPECT_NE(record.find("Millis=\"1704204189045\"></Time>\n <LogText>"), std::string::npos);
 }
 
@@ -191,14 +179,13 @@ TEST_F(XMLFormatterTest, LoggerTellsWithEachEventWhereItComesFrom) {
 
 TEST_F(XMLFormatterTest, LoggerDoesWithoutAHostNameAndAFormatter) {
     get("pmxlog.pdMsgIdFormatter", "pmx_basicformatter");
-    testing::internal::CaptureStderr();
-    PmxObject* const logger = kept_logger("l", "pmx_pdlogger");
-    EXPECT_EQ(reported().substr(0, 10), "PMXBC0061W");
+    PmxObject *logger = nullptr, *nameless = nullptr;
+    EXPECT_EQ(reported([&] { logger = kept_logger("l", "pmx_pdlogger"); }).substr(0, 10),
+              "PMXBC0061W");
     PmxPDLoggerFCfgChange(logger, "server");  // a property that it has not
     host_name = nullptr;
-    testing::internal::CaptureStderr();
-    PmxObject* const nameless = kept_logger("m", "pmx_pdlogger");
-    EXPECT_EQ(reported().substr(0, 41), "PMXLG0035E A logger of class pmx_pdlogger");
+    EXPECT_EQ(reported([&] { nameless = kept_logger("m", "pmx_pdlogger"); }).substr(0, 41),
+              "PMXLG0035E A logger of class pmx_pdlogger");
     host_name = "host.org";
     for (PmxObject* each : {logger, nameless}) PmxLogText(each, "ABC123I", PMX_END);
     EXPECT_EQ(recorded(), "ABC123I;serverFormat=IP;" + ids() + " ABC123I;serverFormat=IP;" + ids());
