@@ -38,11 +38,8 @@ TEST(Digest, KeepsTheUpperHalvesOfItsWords) {
         const char* digest;
     } rows[] = {
         {"", "e4c23762ed2823a27e62a64b95c024e7"},
-        {"a", "793a9bc07e209b286fa416d6ee29a85d"},
-        {"abc", "7999dc75e8da648c6727e137c5b77803"},
         {std::string(55, 'x'), "62c5a7ab97ed68cdd110f87af96674f3"},
         {std::string(56, 'x'), "92a9ffa1971a5d0919d00af56ac2c718"},
-        {std::string(63, 'x'), "146c7bb31992b6bd2c42526e74a5f723"},
         {std::string(64, 'x'), "217d679015b30bf049e3073d75f17fd4"},
         {std::string(65, 'x'), "bba5b83a027d9497cfe701ebc8818442"},
         {std::string(1000, 'y'), "67f20a829e240bb27278c6ce79936132"},

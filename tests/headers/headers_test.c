@@ -75,6 +75,27 @@ static int run(void) {
 #define TYPED(of)                                                          \
     (of##Prop(0, 0, 0) || of##PropBool(0, 0, 0) || of##PropInt(0, 0, 0) || \
      of##PropLong(0, 0, 0) || of##PropFloat(0, 0, 0) != 0 || of##PropDouble(0, 0, 0) != 0)
+#define PAIR(of, Name) (of##Set##Name(0, 0), of##Get##Name(0) != 0)
+/* The calls that have a twin for those who hold the lock. */
+#define CAPTURE(of)                                                                               \
+    (PAIR(of##FFDCTriggerHandler, BaseDir) || PAIR(of##FFDCTriggerHandler, MaxDisk) ||            \
+     PAIR(of##FFDCTriggerHandler, Filter) || PAIR(of##FFDCTriggerHandler, FilterName) ||          \
+     PAIR(of##FFDCTriggerHandler, Interval) || PAIR(of##FFDCTriggerHandler, QuotaPolicy) ||       \
+     PAIR(of##FFDCTriggerHandler, FirstWarning) || PAIR(of##FFDCTriggerHandler, SecondWarning) || \
+     PAIR(of##FileCopyHandler, Files) || PAIR(of##FileCopyHandler, ZipFile) ||                    \
+     PAIR(of##FileCopyHandler, ZipCmdPath))
+#define OBJECT(of)                                                                         \
+    (of##ReleaseObject(0), of##SetObjectEnabled(0, 1), of##HandlerSetFormatter(0, 0),      \
+     of##GetObject(0, 0) || of##AcquireObject(0) || of##GetObjectName(0) ||                \
+         of##IsObjectEnabled(0) || TYPED(of##GetObj) || of##SetObjProp(0, 0, 0) ||         \
+         of##AddListener(0, 0) || of##RemListener(0, 0) || of##IsLoggableByFilter(0, 0) || \
+         of##HandlerGetFormatter(0) || of##HandlerGetFmtHeader(0) ||                       \
+         of##HandlerGetFmtTrailer(0) || of##HandlerDoFmt(0, 0))
+#define EVENT(of)                                                                    \
+    (of##SetEventMessageId(0, 0), of##SetEventLocale(0, 0),                          \
+     of##GetEventTime(0) || of##GetEventLevel(0) || of##GetEventMessageId(0) ||      \
+         of##GetEventLocale(0) || of##GetEventIsMessage(0) || TYPED(of##GetEvent) || \
+         of##SetEventProp(0, 0, 0) || of##BindEventMsg(0, 0) || of##BindI18Msg(0))
 #define LOG(call) (call(0, 0, 0, 0, 0, PMX_END), call##VA(0, 0, 0, 0, 0, arguments))
 
 static int collect_nulls(void) {
@@ -87,38 +108,18 @@ static int collect_nulls(void) {
            PmxStrTokIterNext(0, 0);
 }
 
-static int capture_nulls(void) {
-    PmxFFDCTriggerHandlerSetBaseDir(0, 0), PmxFFDCTriggerHandlerSetMaxDisk(0, 0);
-    PmxFFDCTriggerHandlerSetFilter(0, 0), PmxFFDCTriggerHandlerSetFilterName(0, 0);
-    PmxFFDCTriggerHandlerSetInterval(0, 0), PmxFFDCTriggerHandlerSetQuotaPolicy(0, 0);
-    PmxFFDCTriggerHandlerSetFirstWarning(0, 0.5), PmxFFDCTriggerHandlerSetSecondWarning(0, 0.5);
-    PmxFileCopyHandlerSetFiles(0, 0), PmxFileCopyHandlerSetZipFile(0, 0);
-    PmxFileCopyHandlerSetZipCmdPath(0, 0);
-    return PmxFFDCTriggerHandlerGetBaseDir(0) || PmxFFDCTriggerHandlerGetMaxDisk(0) ||
-           PmxFFDCTriggerHandlerGetFilter(0) || PmxFFDCTriggerHandlerGetFilterName(0) ||
-           PmxFFDCTriggerHandlerGetInterval(0) || PmxFFDCTriggerHandlerGetQuotaPolicy(0) ||
-           PmxFFDCTriggerHandlerGetFirstWarning(0) != 0.0 ||
-           PmxFFDCTriggerHandlerGetSecondWarning(0) != 0.0 || PmxFileCopyHandlerGetFiles(0) ||
-           PmxFileCopyHandlerGetZipFile(0) || PmxFileCopyHandlerGetZipCmdPath(0);
-}
-
 static int manage_nulls(void) {
     PmxAddLoggerClass(0, 0, 0, 0, 0, 0), PmxAddFilterClass(0, 0, 0, 0, 0, 0, 0, 0);
     PmxAddHandlerClass(0, 0, 0, 0, 0, 0, 0, 0), PmxAddFormatterClass(0, 0, 0, 0, 0, 0, 0, 0, 0);
-    PmxReleaseObject(0), PmxSetObjectEnabled(0, 1), PmxReleaseObjCfg(0);
-    PmxObjCfgSetFromFile(0, 1), PmxObjCfgSetParent(0, 0), PmxHandlerSetFormatter(0, 0);
-    return PmxGetObject(0, 0) || PmxAcquireObject(0) || PmxGetObjectName(0) ||
-           PmxGetObjectDesc(0) || PmxIsObjectEnabled(0) || PmxGetListeners(0) ||
-           PmxAddListener(0, 0) || PmxRemListener(0, 0) || PmxIsLoggableByFilter(0, 0) ||
-           TYPED(PmxGetObj) || TYPED(PmxSetObj) || TYPED(PmxGetObjCfg) || TYPED(PmxSetObjCfg) ||
-           PmxAllocObjCfg(0) || PmxAcquireObjCfg(0) || PmxObjCfgGetName(0) ||
-           PmxObjCfgIsFromFile(0) || PmxObjCfgGetParent(0) || PmxObjCfgAddChild(0, 0) ||
-           PmxObjCfgRemChild(0, 0) || PmxObjCfgChildrenNames(0) || PmxObjCfgProperties(0) ||
+    PmxReleaseObjCfg(0), PmxObjCfgSetFromFile(0, 1), PmxObjCfgSetParent(0, 0);
+    return OBJECT(Pmx) || CAPTURE(Pmx) || PmxGetObjectDesc(0) || PmxGetListeners(0) ||
+           TYPED(PmxSetObj) || TYPED(PmxGetObjCfg) || TYPED(PmxSetObjCfg) || PmxAllocObjCfg(0) ||
+           PmxAcquireObjCfg(0) || PmxObjCfgGetName(0) || PmxObjCfgIsFromFile(0) ||
+           PmxObjCfgGetParent(0) || PmxObjCfgAddChild(0, 0) || PmxObjCfgRemChild(0, 0) ||
+           PmxObjCfgChildrenNames(0) || PmxObjCfgProperties(0) ||
            PmxGetInheritedObjCfgProp(0, 0, 0) || PmxLogMgrHasCfg(0) || PmxLogMgrGetCfg(0) ||
            PmxLogMgrAddCfg(0) || PmxLogMgrRemCfg(0) || PmxLogMgrUpdateCfg(0) ||
-           PmxLogMgrApplyCfg(0, 0) || PmxLogMgrReadProps(0) || PmxHandlerGetFormatter(0) ||
-           PmxHandlerGetFmtHeader(0) || PmxHandlerGetFmtTrailer(0) || PmxHandlerDoFmt(0, 0) ||
-           capture_nulls();
+           PmxLogMgrApplyCfg(0, 0) || PmxLogMgrReadProps(0);
 }
 
 static int log_nulls(int ignored, ...) {
@@ -130,39 +131,17 @@ static int log_nulls(int ignored, ...) {
     PmxLogText(0, 0, PMX_END), PmxLogTextVA(0, 0, arguments);
     PmxFreeEvent(PmxVaAllocEvent(0, 0, 0, 0, 0, arguments));
     va_end(arguments);
-    PmxFreeEvent(0), PmxSetEventMessageId(0, 0), PmxSetEventLocale(0, 0), PmxFreeI18Msg(0);
+    PmxFreeEvent(0), PmxFreeI18Msg(0);
     PmxSetEventIsMessage(0, 1), PmxReportPlatformErr(0), PmxFreeParm(0);
-    return PmxIsLoggable(0, PMX_FATAL) || PmxGetLevelFromString(0) != PMX_NO_LEVEL ||
-           PmxGetEventTime(0) || PmxGetEventLevel(0) || PmxGetEventMessageId(0) ||
-           PmxGetEventLocale(0) || PmxGetEventIsMessage(0) || PmxBindEventMsg(0, 0) ||
-           TYPED(PmxGetEvent) || TYPED(PmxSetEvent) || PmxCopyI18Msg(0) || PmxSetI18MsgCat(0, 0) ||
+    return PmxIsLoggable(0, PMX_FATAL) || PmxGetLevelFromString(0) != PMX_NO_LEVEL || EVENT(Pmx) ||
+           TYPED(PmxSetEvent) || PmxCopyI18Msg(0) || PmxSetI18MsgCat(0, 0) ||
            PmxSetI18MsgSet(0, 0) || PmxSetI18MsgKey(0, 0) || PmxSetI18MsgTxt(0, 0) ||
-           PmxSetI18MsgLocale(0, 0) || PmxBindI18Msg(0) || PmxAddI18MsgParmString(0, 0) ||
-           PmxAddI18MsgParmInt(0, 0) || PmxAddI18MsgParmLong(0, 0) || PmxAddI18MsgParmFloat(0, 0) ||
+           PmxSetI18MsgLocale(0, 0) || PmxAddI18MsgParmString(0, 0) || PmxAddI18MsgParmInt(0, 0) ||
+           PmxAddI18MsgParmLong(0, 0) || PmxAddI18MsgParmFloat(0, 0) ||
            PmxAddI18MsgParmDouble(0, 0) || PmxAddI18MsgParmChar(0, 'a') ||
            PmxAddI18MsgParmBool(0, 1) || PmxAprintf(0, 0) || PmxPrintText(0, 0) ||
            PmxText1047ToUTF8(0, 0) || PmxText37ToUTF8(0, 0) || PmxTextUTF8To1047(0) ||
            PmxTextUTF8To37(0) || PmxGetCodeSet1047() || PmxGetCodeSet37();
-}
-
-static int operate_on_capture_nulls(void) {
-    pmxIntlFFDCTriggerHandlerSetBaseDir(0, 0), pmxIntlFFDCTriggerHandlerSetMaxDisk(0, 0);
-    pmxIntlFFDCTriggerHandlerSetFilter(0, 0), pmxIntlFFDCTriggerHandlerSetFilterName(0, 0);
-    pmxIntlFFDCTriggerHandlerSetInterval(0, 0), pmxIntlFFDCTriggerHandlerSetQuotaPolicy(0, 0);
-    pmxIntlFFDCTriggerHandlerSetFirstWarning(0, 0.5),
-        pmxIntlFFDCTriggerHandlerSetSecondWarning(0, 0.5);
-    PmxFFDCTriggerHandlerFFreeVars(0), PmxFFDCTriggerHandlerFCfgChange(0, 0);
-    PmxFFDCTriggerHandlerFOpen(0), PmxFFDCTriggerHandlerFClose(0);
-    PmxFileCopyHandlerFFreeVars(0), PmxFileCopyHandlerFCfgChange(0, 0);
-    PmxFileCopyHandlerFProcess(0, 0, 0), pmxIntlFileCopyHandlerSetFiles(0, 0);
-    pmxIntlFileCopyHandlerSetZipFile(0, 0), pmxIntlFileCopyHandlerSetZipCmdPath(0, 0);
-    return pmxIntlFFDCTriggerHandlerGetBaseDir(0) || pmxIntlFFDCTriggerHandlerGetMaxDisk(0) ||
-           pmxIntlFFDCTriggerHandlerGetFilter(0) || pmxIntlFFDCTriggerHandlerGetFilterName(0) ||
-           pmxIntlFFDCTriggerHandlerGetInterval(0) || pmxIntlFFDCTriggerHandlerGetQuotaPolicy(0) ||
-           pmxIntlFFDCTriggerHandlerGetFirstWarning(0) != 0.0 ||
-           pmxIntlFFDCTriggerHandlerGetSecondWarning(0) != 0.0 ||
-           pmxIntlFileCopyHandlerGetFiles(0) || pmxIntlFileCopyHandlerGetZipFile(0) ||
-           pmxIntlFileCopyHandlerGetZipCmdPath(0);
 }
 
 static int operate_on_nulls(void) {
@@ -181,23 +160,17 @@ static int operate_on_nulls(void) {
     PmxBasicFormatterFCfgChange(0, 0);
     PmxPDLoggerFFreeVars(0), PmxPDLoggerFCfgChange(0, 0), PmxPDLoggerFLog(0, 0);
     PmxPDXMLFormatterFFreeVars(0), PmxPDXMLFormatterFCfgChange(0, 0);
-    pmxIntlReleaseObject(0), pmxIntlSetObjectEnabled(0, 1), pmxIntlHandlerSetFormatter(0, 0);
-    pmxIntlSetEventMessageId(0, 0), pmxIntlSetEventLocale(0, 0);
+    PmxFFDCTriggerHandlerFFreeVars(0), PmxFFDCTriggerHandlerFCfgChange(0, 0);
+    PmxFFDCTriggerHandlerFOpen(0), PmxFFDCTriggerHandlerFClose(0);
+    PmxFileCopyHandlerFFreeVars(0), PmxFileCopyHandlerFCfgChange(0, 0);
+    PmxFileCopyHandlerFProcess(0, 0, 0);
     return PmxLevelFilterFIsLoggable(0, 0) || PmxMsgIdFilterFIsLoggable(0, 0) ||
            PmxMsgIdFilterGetStringList(0) || PmxMsgIdFilterMatchMsgId(0, 0) ||
            PmxPatternMatch(0, 0) || PmxVelTraceFormatterFFormat(0, 0) ||
            PmxBasicFormatterFFormat(0, 0) || PmxBasicFormatterFGetHeader(0) ||
            PmxBasicFormatterFGetTrailer(0) || PmxPDXMLFormatterFFormat(0, 0) ||
            PmxPDXMLFormatterFGetHeader(0) || PmxPDXMLFormatterFGetTrailer(0) ||
-           pmxIntlGetObjVars(0) || pmxIntlGetObject(0, 0) || pmxIntlAcquireObject(0) ||
-           pmxIntlGetObjectName(0) || pmxIntlIsObjectEnabled(0) || TYPED(pmxIntlGetObj) ||
-           pmxIntlSetObjProp(0, 0, 0) || pmxIntlAddListener(0, 0) || pmxIntlRemListener(0, 0) ||
-           pmxIntlIsLoggableByFilter(0, 0) || pmxIntlHandlerGetFormatter(0) ||
-           pmxIntlHandlerGetFmtHeader(0) || pmxIntlHandlerGetFmtTrailer(0) ||
-           pmxIntlHandlerDoFmt(0, 0) || pmxIntlGetEventTime(0) || pmxIntlGetEventLevel(0) ||
-           TYPED(pmxIntlGetEvent) || pmxIntlGetEventMessageId(0) || pmxIntlGetEventLocale(0) ||
-           pmxIntlGetEventIsMessage(0) || pmxIntlSetEventProp(0, 0, 0) ||
-           pmxIntlBindEventMsg(0, 0) || pmxIntlBindI18Msg(0) || operate_on_capture_nulls();
+           pmxIntlGetObjVars(0) || OBJECT(pmxIntl) || EVENT(pmxIntl) || CAPTURE(pmxIntl);
 }
 
 static int wrong_in_operation = -1;

@@ -45,7 +45,7 @@ TEST(CatalogAllocation, WhatFailsIsDoneWhenThereIsMemory) {
     mab_init();
     const ScratchDirectory directory;
     const int files = descriptors();
-    const long blocks = rak_live_blocks();
+    static const long blocks = rak_live_blocks();  // when it is repeated, too
     mab_cat_t* opened[21] = {};
     for (mab_cat_t*& catalog : opened) {
         const std::string name = std::to_string(&catalog - opened);

@@ -205,8 +205,6 @@ TEST(FormatRules, AnArrayPrintsWhatIsOfTheFamily) {
         {"%hhn%n%2$s|", {text, text}, "text|"},
         {"<%5s%d%*d>", {unset, unset, unset, minus}, "<>"},
         {"%*d", {most, minus}, kFails},
-        {"%d%d", {minus}, kFails},
-        {"%n", {}, kFails},
         {"%4096$d", Arguments(4096, minus), "-1"},
         {"%4097$d", Arguments(4097, minus), kFails}};
     for (auto row : kRows) {
