@@ -124,6 +124,11 @@ class JavaTest(unittest.TestCase):
         made = run("-cp", JAR, EXAMPLE)[1].splitlines()[0].split()[1]
         self.assertEqual(made.replace("-", ""), FILE.read_bytes()[len(HEADER):].hex())
 
+    def test_the_library_exports_its_methods_alone(self):
+        symbols = subprocess.run(["nm", "-D", "--defined-only", LIBRARY], capture_output=True, text=True, check=True)
+        names = [line.split()[-1] for line in symbols.stdout.splitlines()]
+        self.assertEqual((len(names), [name for name in names if not name.startswith("Java_")]), (5, []))
+
     def test_where_the_library_is_found(self):
         store(HEADER + GUID)
         alone, beside, path = (self.scratch / name for name in ("alone", "be side", "path"))
