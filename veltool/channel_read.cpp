@@ -27,19 +27,6 @@ constexpr Millis kLongestWait{50};
 
 volatile std::sig_atomic_t is_to_stop = 0;
 
-// The first signal lets the packet be finished, the next one ends the process. What is ignored, as
-// in the background of a shell, stays so.
-void stop_on_signals() {
-    struct sigaction action {};
-    action.sa_handler = [](int) { is_to_stop = 1; };
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int number : {SIGINT, SIGTERM}) {
-        struct sigaction before {};
-        sigaction(number, nullptr, &before);
-        if (before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
-    }
-}
-
 class Reader {
   public:
     explicit Reader(const CommandLine& line)
@@ -59,7 +46,7 @@ class Reader {
     }
 
     ExitStatus follow() {
-        stop_on_signals();
+        call_on_stop_signals([](int) { is_to_stop = 1; });
         Millis wait = kShortestWait;
         while (is_to_stop == 0 && std::cout) {
             const Find find = look(*segment_);

@@ -10,7 +10,8 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
-#include <utility>
+
+#include "veltool/descriptor.h"
 
 namespace vel::tool {
 
@@ -20,22 +21,6 @@ namespace {
     throw Failure(path + ": " + what);
 }
 [[noreturn]] void fail(const std::string& path) { fail(path, strerror(errno)); }
-
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return number_; }
-    bool close() { return ::close(std::exchange(number_, -1)) == 0; }
-
-  private:
-    int number_;
-};
 
 std::string read_all(int descriptor, const std::string& path, size_t most) {
     std::string content;

@@ -10,20 +10,25 @@ namespace {
 
 constexpr std::string_view kVersion = VEL_VERSION;
 
+// A noun with verbs, or one that is a verb itself.
 struct Noun {
     std::string_view name;
     std::string_view summary;
+    const Verb* verb = nullptr;
 };
 
-constexpr Noun kNouns[] = {
+const Noun kNouns[] = {
     {"catalog", "message catalogs: make, show and check them"},
     {"channel", "the channel to an application server: make, read and remove it"},
     {"codeset", "tables of code sets: make, show, check and list them"},
 };
 
-const Verb* const kVerbs[] = {&kCatalogCheck,   &kCatalogCompile, &kCatalogDump, &kCatalogPseudo,
-                              &kChannelCreate,  &kChannelRead,    &kChannelStat, &kChannelRemove,
-                              &kCodesetCompile, &kCodesetDump,    &kCodesetList, &kCodesetVerify};
+// In the order in which help shows them.
+const Verb* const kVerbs[] = {
+    &kCatalogCheck,   &kCatalogCompile, &kCatalogDump, &kCatalogPseudo,
+    &kChannelCreate,  &kChannelRead,    &kChannelStat, &kChannelRemove,
+    &kCodesetCompile, &kCodesetDump,    &kCodesetList, &kCodesetVerify,
+};
 
 void show_row(std::string_view name, std::string_view summary) {
     constexpr size_t kColumn = 10;
@@ -31,10 +36,10 @@ void show_row(std::string_view name, std::string_view summary) {
 }
 
 void show_program_help() {
-    std::cout << "Usage: veltool NOUN VERB [OPTION...] [OPERAND...]\n\nNouns:\n";
+    std::cout << "Usage: veltool NOUN [VERB] [OPTION...] [OPERAND...]\n\nNouns:\n";
     for (const Noun& noun : kNouns) show_row(noun.name, noun.summary);
-    std::cout
-        << "\nveltool NOUN --help shows the verbs of a noun, veltool --version the version.\n";
+    std::cout << "\nveltool NOUN --help shows the verbs of a noun, or its options; veltool "
+                 "--version the version.\n";
 }
 
 void show_noun_help(const Noun& noun) {
@@ -85,6 +90,7 @@ ExitStatus run(std::span<char*> words) {
     }
     const Noun* noun = find_noun(word);
     if (noun == nullptr) throw UsageError("no such noun: " + std::string(word));
+    if (noun->verb != nullptr) return run_verb(*noun->verb, words.subspan(1));
     if (words.size() < 3) throw UsageError("a verb is missing");
     if (asks_for_help(words[2])) {
         show_noun_help(*noun);
@@ -93,6 +99,17 @@ ExitStatus run(std::span<char*> words) {
     const Verb* verb = find_verb(*noun, words[2]);
     if (verb == nullptr) throw UsageError("no such verb: " + std::string(words[2]));
     return run_verb(*verb, words.subspan(2));
+}
+
+// The command that shows how the one with these words is used.
+std::string usage_command(std::span<char*> words) {
+    std::string command = "veltool";
+    const Noun* const noun = words.size() > 1 ? find_noun(words[1]) : nullptr;
+    if (noun != nullptr) command.append(" ").append(noun->name);
+    const bool has_verb = noun != nullptr && noun->verb == nullptr && words.size() > 2;
+    const Verb* const verb = has_verb ? find_verb(*noun, words[2]) : nullptr;
+    if (verb != nullptr) command.append(" ").append(verb->name);
+    return command + " --help";
 }
 
 // What was shown counts as done only when it has arrived.
@@ -109,10 +126,12 @@ ExitStatus finish(ExitStatus status) {
 int main(int argc, char** argv) {
     using namespace vel::tool;
     signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is a write error like others
+    const std::span<char*> words(argv, static_cast<size_t>(argc));
+    const std::string usage = usage_command(words);  // before options are put in order
     try {
-        return finish(run({argv, static_cast<size_t>(argc)}));
+        return finish(run(words));
     } catch (const UsageError& error) {
-        complain(std::string(error.what()) + " (veltool --help shows the usage)");
+        complain(std::string(error.what()) + " (" + usage + " shows the usage)");
         return kWrongUsage;
     } catch (const std::exception& error) {
         complain(error.what());

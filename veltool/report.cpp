@@ -43,6 +43,11 @@ std::string with_commas(size_t number) {
     return text;
 }
 
+std::string counted(size_t number, const char* one, const char* many) {
+    const std::string others = many == nullptr ? std::string(one) + 's' : many;
+    return with_commas(number) + ' ' + (number == 1 ? one : others);
+}
+
 std::string summary(const Contents& contents, size_t table_size) {
     std::map<Remark, size_t> counts;
     for (const Note& note : all_notes(contents)) ++counts[note.remark];

@@ -3,7 +3,11 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <csignal>
 #include <iostream>
+#include <iterator>
+
+#include "veltool/text.h"
 
 namespace vel::tool {
 
@@ -57,17 +61,24 @@ CommandLine::CommandLine(std::span<char*> words, std::span<const Option> options
         if (answer == -1) break;
         if (answer == ':') throw UsageError("a value is missing: " + offending_word(words));
         if (answer == '?') throw UsageError("no such option: " + offending_word(words));
-        values_[option_of(answer, options).name] = optarg == nullptr ? "" : optarg;
+        values_.emplace(option_of(answer, options).name, optarg == nullptr ? "" : optarg);
     }
     operands_.assign(words.begin() + optind, words.end());
 }
 
 std::string CommandLine::value(std::string_view option) const {
-    const auto found = values_.find(option);
-    return found == values_.end() ? "" : found->second;
+    const auto [begin, end] = values_.equal_range(option);
+    return begin == end ? "" : std::prev(end)->second;
 }
 
-void complain(const std::string& message) { std::cerr << "veltool: " << message << '\n'; }
+std::vector<std::string> CommandLine::values(std::string_view option) const {
+    const auto [begin, end] = values_.equal_range(option);
+    std::vector<std::string> result;
+    for (auto at = begin; at != end; ++at) result.push_back(at->second);
+    return result;
+}
+
+void complain(const std::string& message) { std::cerr << "veltool: " << shown(message) << '\n'; }
 
 ExitStatus attempt(const std::string& name, const std::function<ExitStatus()>& step) {
     try {
@@ -76,6 +87,17 @@ ExitStatus attempt(const std::string& name, const std::function<ExitStatus()>& s
         const std::string what = failure.what();
         complain(what.starts_with(name + ':') ? what : name + ": " + what);
         return kFinding;
+    }
+}
+
+void call_on_stop_signals(void (*call)(int)) {
+    struct sigaction action {};
+    action.sa_handler = call;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (const int number : {SIGINT, SIGTERM}) {
+        struct sigaction before {};
+        sigaction(number, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) sigaction(number, &action, nullptr);
     }
 }
 

@@ -34,17 +34,18 @@ class CommandLine {
     CommandLine(std::span<char*> words, std::span<const Option> options);
 
     bool has(std::string_view option) const { return values_.contains(option); }
-    std::string value(std::string_view option) const;  // empty when it is not given
+    std::string value(std::string_view option) const;  // the last one; empty when it is not given
+    std::vector<std::string> values(std::string_view option) const;  // all, in their order
     const std::vector<std::string>& operands() const { return operands_; }
 
   private:
-    std::map<std::string, std::string, std::less<>> values_;
+    std::multimap<std::string, std::string, std::less<>> values_;
     std::vector<std::string> operands_;
 };
 
 struct Verb {
     std::string_view noun;
-    std::string_view name;
+    std::string_view name;  // empty: the noun is the verb
     std::string_view summary;
     std::string_view help;
     std::span<const Option> options;
@@ -69,5 +70,9 @@ void complain(const std::string& message);
 
 // Does one of several steps: its Failure becomes a complaint that begins with the name.
 ExitStatus attempt(const std::string& name, const std::function<ExitStatus()>& step);
+
+// Calls it at the first SIGINT or SIGTERM; the next one ends the process. What is ignored, as in
+// the background of a shell, stays so.
+void call_on_stop_signals(void (*call)(int));
 
 }  // namespace vel::tool
