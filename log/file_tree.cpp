@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "runtime/open_file.h"
@@ -78,7 +79,10 @@ void FileTreeWalk::go_up() {
 
 // Goes on in a directory that has been opened; -1: it could not be, and the walk stays.
 void FileTreeWalk::enter(int directory, size_t path_length) {
-    if (directory < 0) return;
+    if (directory < 0) {
+        was_denied_ |= errno == EACCES;
+        return;
+    }
     struct stat status {};
     const int listed = fcntl(directory, F_DUPFD_CLOEXEC, 0);
     const bool known = listed >= 0 && fstat(directory, &status) == 0;

@@ -31,6 +31,9 @@ class FileTreeWalk {
     // Directories had to be left out.
     bool lacked_memory() const { return lacked_memory_; }
 
+    // Directories had to be left out, as this user may not look into them.
+    bool was_denied() const { return was_denied_; }
+
   private:
     // A directory on the way down.
     struct Level {
@@ -61,6 +64,7 @@ class FileTreeWalk {
     char path_[CX_MAX_PATH];
     bool path_fits_ = false;
     bool lacked_memory_ = false;
+    bool was_denied_ = false;
 };
 
 // Removes a file that a walk from the same base has found, by its path. False: it cannot be

@@ -23,25 +23,7 @@ namespace {
 
 constexpr size_t kBlockBytes = 8192;
 
-enum class State : uint8_t {
-    none,
-    start_line,
-    start_blanks,
-    comment,
-    key,
-    key_escape,
-    key_end,  // blanks after the key, no separator yet
-    separator,
-    value,
-    value_escape,
-    next_line,  // the start of a line that continues a value
-    unicode_0,
-    unicode_1,
-    unicode_2,
-    unicode_3,
-    done,
-    failed
-};
+using State = PropsState;
 constexpr size_t kStates = 17;
 
 struct PropsReader {
@@ -51,6 +33,7 @@ struct PropsReader {
     runtime::StringBuff key{};
     runtime::StringBuff value{};
     runtime::StringBuff configuration{};  // of the key
+    const PropsWatcher* watcher = nullptr;
 };
 
 // What goes wrong is said through the toolkit, under its lock. The log manager has it when it
@@ -79,6 +62,7 @@ bool pmxRdprEmitCfg(PropsReader& in) {
     // Null until a value of the file has had its first character: empty values are refused before.
     const char* const value = CxStringBuffPeekStr(&in.value);
     if (in.list != nullptr) return CxPropListPutStr(in.list, key, value) != 0;
+    if (in.watcher != nullptr && !in.watcher->entry(in.watcher->context, key, value)) return true;
     const char* const dot = RakStringRChr(key, '.');
     if (dot == nullptr) return false;
     CxStringBuffRestart(&in.configuration);
@@ -161,6 +145,7 @@ bool perform(Act act, const char* bytes, size_t count, PropsReader& in) {
         case Act::emit:
             return pmxRdprEmitCfg(in);
         case Act::bad_escape:
+            if (in.watcher != nullptr) return true;  // who tells it himself
             under_lock(in, [&] { print_error(text_of(Msg::bad_value_escape), in.key.text); });
             return true;
     }
@@ -249,6 +234,7 @@ State pmxRdprDoUU2State(char byte, PropsReader& in) {
 State pmxRdprDoUU3State(char byte, PropsReader& in) {
     if (add_digit(byte, 1, State::value, in) == State::failed) return State::failed;
     const auto code = static_cast<int32_t>(in.code);
+    if (in.watcher != nullptr) in.watcher->code(in.watcher->context, code);
     return CxStringBuffAppendUTF32Char(&in.value, code) ? State::value : State::failed;
 }
 
@@ -353,6 +339,23 @@ CxStatus open_regular(const char* path, CxFile* file) {
 }
 
 }  // namespace
+
+// Byte by byte, so that the runs of ordinary reading need not know of it.
+bool read_watched_props(std::string_view text, const PropsWatcher& watcher) {
+    PropsReader in{.list = nullptr, .watcher = &watcher};
+    State state = State::start_line;
+    for (size_t at = 0; at < text.size() && state < State::done; ++at) {
+        const char before = std::exchange(in.previous, text[at]);
+        if (is_line_end(text[at]) && is_line_end(before)) continue;
+        const State from = std::exchange(state, kHandlers[index_of(state)](text[at], in));
+        if (state != from) watcher.step(watcher.context, from, state, at);
+    }
+    if (state == State::failed) return false;
+    const State last = std::exchange(state, at_end(in));
+    watcher.step(watcher.context, last, state, text.size());
+    return state == State::done;
+}
+
 }  // namespace vel::log
 
 using namespace vel::log;
