@@ -18,6 +18,9 @@ int32_t psGenerateGuid(uint8_t guid[16]);
 int32_t psWriteGuid(const uint8_t guid[16]);
 int32_t psReadGuid(uint8_t guid[16]);
 
+// The same with the file of another host, as of an image.
+int32_t psReadGuidFile(const char* path, uint8_t guid[16]);
+
 // Copies the installation directory, with the slash at its end; answers 0.
 int32_t psGetInstallPath(char (&path)[sizeof kInstallPath]);
 

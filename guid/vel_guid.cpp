@@ -35,8 +35,8 @@ constexpr size_t kMaxLineBytes = 255;
 // The file, opened; never waits for the other end of a pipe that somebody put there.
 class GuidFile {
   public:
-    explicit GuidFile(int flags)
-        : fd_(open(kHostGuidFile, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kDefaultMode)) {}
+    explicit GuidFile(int flags, const char* path = kHostGuidFile)
+        : fd_(open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kDefaultMode)) {}
     ~GuidFile() {
         if (fd_ >= 0) close(fd_);
     }
@@ -112,9 +112,11 @@ int32_t psWriteGuid(const uint8_t guid[16]) {
     return 0;
 }
 
-int32_t psReadGuid(uint8_t guid[16]) {
+int32_t psReadGuid(uint8_t guid[16]) { return psReadGuidFile(kHostGuidFile, guid); }
+
+int32_t psReadGuidFile(const char* path, uint8_t guid[16]) {
     if (!guid) return guid_s_not_found;
-    const GuidFile file(O_RDONLY);
+    const GuidFile file(O_RDONLY, path);
     if (!file.is_open()) return guid_s_not_found;
     char content[kMaxLineBytes + kGuidBytes];
     const size_t have = file.read_start(content, sizeof content);
