@@ -18,6 +18,7 @@ struct Noun {
 };
 
 const Noun kNouns[] = {
+    {"capture", "first-failure captures: list, bundle and prune them"},
     {"catalog", "message catalogs: make, show and check them"},
     {"channel", "the channel to an application server: make, read and remove it"},
     {"codeset", "tables of code sets: make, show, check and list them"},
@@ -25,9 +26,9 @@ const Noun kNouns[] = {
 
 // In the order in which help shows them.
 const Verb* const kVerbs[] = {
-    &kCatalogCheck,   &kCatalogCompile, &kCatalogDump, &kCatalogPseudo,
-    &kChannelCreate,  &kChannelRead,    &kChannelStat, &kChannelRemove,
-    &kCodesetCompile, &kCodesetDump,    &kCodesetList, &kCodesetVerify,
+    &kCaptureList,   &kCaptureBundle,  &kCapturePrune,  &kCatalogCheck, &kCatalogCompile,
+    &kCatalogDump,   &kCatalogPseudo,  &kChannelCreate, &kChannelRead,  &kChannelStat,
+    &kChannelRemove, &kCodesetCompile, &kCodesetDump,   &kCodesetList,  &kCodesetVerify,
 };
 
 void show_row(std::string_view name, std::string_view summary) {

@@ -52,6 +52,9 @@ struct Verb {
     ExitStatus (*run)(const CommandLine&);
 };
 
+extern const Verb kCaptureBundle;
+extern const Verb kCaptureList;
+extern const Verb kCapturePrune;
 extern const Verb kCatalogCheck;
 extern const Verb kCatalogCompile;
 extern const Verb kCatalogDump;

@@ -18,7 +18,7 @@ def run(*words, text="", env=None, **how):
 
 class VeltoolCase(unittest.TestCase):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
+        scratch = tempfile.TemporaryDirectory(suffix="-scratch")  # no digit, which logs would take for a number
         self.addCleanup(scratch.cleanup)
         self.here = pathlib.Path(scratch.name)
 
