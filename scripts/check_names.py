@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks that every call a public header declares is defined once in its folder, and is documented
 by a comment or a neighbour above it; that no source pastes names together; and that the properties
-which the toolkit's classes know are those of docs/properties.md."""
+which the toolkit's classes know are those of docs/properties.md and of veltool."""
 import pathlib
 import re
 import sys
@@ -12,6 +12,7 @@ HEADERS = {"guid": ["guid.h", "vel_guid.h"], "i18n": ["mab.h"],
 HIGHER = {"CxPropListRead"}  # declared beside its siblings, defined by the layer above
 DECLARATION = re.compile(r"^(?:const )?(?:unsigned |struct )*\w+\*{0,2} (\w+)\(([^;{]*)\);", re.M)
 PROPERTY_TABLE = re.compile(r"\bProperty\w* kProperties\[\] = \{(.*?)\};", re.S)
+RULE = re.compile(r'^    \{"(\w+)",\s*"(\w+)",\s*judge::', re.M)  # source file, key
 NOT_OF_A_CLASS = {"className"}  # read before there is an object
 DEFINITION = re.compile(r"^[\w:*& ]+\b(\w+)\(([^;{]*)\)\s*\{", re.M)
 PASTING = re.compile(r"^\s*#\s*define\b.*##", re.M)
@@ -27,12 +28,16 @@ def parameters(text):
 
 
 def property_problems():
-    known = {key for path in pathlib.Path("log").glob("*.cpp")
-             for table in PROPERTY_TABLE.findall(path.read_text())
-             for key in re.findall(r'\{"(\w+)"', table)} | NOT_OF_A_CLASS
+    rows = {(path.stem, key) for path in pathlib.Path("log").glob("*.cpp")
+            for table in PROPERTY_TABLE.findall(path.read_text())
+            for key in re.findall(r'\{"(\w+)"', table)}
+    rules = set(RULE.findall(pathlib.Path("veltool/config_rules.cpp").read_text()))
+    known = {key for _, key in rows} | NOT_OF_A_CLASS
     told = set(re.findall(r"^\| `(\w+)` \|", pathlib.Path("docs/properties.md").read_text(), re.M))
     return ([f"docs/properties.md: tells nothing of {key}" for key in sorted(known - told)] +
-            [f"docs/properties.md: no class knows {key}" for key in sorted(told - known)])
+            [f"docs/properties.md: no class knows {key}" for key in sorted(told - known)] +
+            [f"log/{stem}.cpp and veltool/config_rules.cpp: only one has {key}"
+             for stem, key in sorted(rows ^ rules)])
 
 
 def main():

@@ -22,14 +22,14 @@ const Noun kNouns[] = {
     {"catalog", "message catalogs: make, show and check them"},
     {"channel", "the channel to an application server: make, read and remove it"},
     {"codeset", "tables of code sets: make, show, check and list them"},
+    {"config", "properties files: check them and show what they make"},
 };
 
 // In the order in which help shows them.
-const Verb* const kVerbs[] = {
-    &kCaptureList,   &kCaptureBundle,  &kCapturePrune,  &kCatalogCheck, &kCatalogCompile,
-    &kCatalogDump,   &kCatalogPseudo,  &kChannelCreate, &kChannelRead,  &kChannelStat,
-    &kChannelRemove, &kCodesetCompile, &kCodesetDump,   &kCodesetList,  &kCodesetVerify,
-};
+const Verb* const kVerbs[] = {&kCaptureList,    &kCaptureBundle, &kCapturePrune,  &kCatalogCheck,
+                              &kCatalogCompile, &kCatalogDump,   &kCatalogPseudo, &kChannelCreate,
+                              &kChannelRead,    &kChannelStat,   &kChannelRemove, &kCodesetCompile,
+                              &kCodesetDump,    &kCodesetList,   &kCodesetVerify, &kConfigCheck};
 
 void show_row(std::string_view name, std::string_view summary) {
     constexpr size_t kColumn = 10;

@@ -67,6 +67,7 @@ extern const Verb kCodesetCompile;
 extern const Verb kCodesetDump;
 extern const Verb kCodesetList;
 extern const Verb kCodesetVerify;
+extern const Verb kConfigCheck;
 
 // Says on standard error that something is wrong.
 void complain(const std::string& message);
