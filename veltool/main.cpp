@@ -23,6 +23,7 @@ const Noun kNouns[] = {
     {"channel", "the channel to an application server: make, read and remove it"},
     {"codeset", "tables of code sets: make, show, check and list them"},
     {"config", "properties files: check them and show what they make"},
+    {"doctor", kDoctor.summary, &kDoctor},
     {"id", kId.summary, &kId},
 };
 

@@ -68,6 +68,7 @@ extern const Verb kCodesetDump;
 extern const Verb kCodesetList;
 extern const Verb kCodesetVerify;
 extern const Verb kConfigCheck;
+extern const Verb kDoctor;
 extern const Verb kId;
 
 // Says on standard error that something is wrong.
