@@ -25,6 +25,7 @@ const Noun kNouns[] = {
     {"config", "properties files: check them and show what they make"},
     {"doctor", kDoctor.summary, &kDoctor},
     {"id", kId.summary, &kId},
+    {"log", kLog.summary, &kLog},
 };
 
 // In the order in which help shows them.

@@ -70,6 +70,7 @@ extern const Verb kCodesetVerify;
 extern const Verb kConfigCheck;
 extern const Verb kDoctor;
 extern const Verb kId;
+extern const Verb kLog;
 
 // Says on standard error that something is wrong.
 void complain(const std::string& message);
