@@ -11,7 +11,10 @@ import unittest
 WITH_JAVA = sys.argv.pop(2) == "with-java"
 BUILD = pathlib.Path(sys.argv.pop(1)).absolute()
 LINKS = {"usr/sbin/velguid": "/opt/velmar/guid/bin/velguid", "usr/bin/veltool": "/opt/velmar/guid/bin/veltool"}
-PUBLIC = ("velguid.properties.5", "velguid.8", "veltool.1", "pmxlog.3", "libvel_log.a", "libvel_guid.a", "pmx.h", "mab.h")
+PUBLIC = ("velguid.properties.5", "velguid-messages.7", "velguid.8", "veltool.1", "pmxlog.3", "libvel_log.a",
+          "libvel_guid.a", "pmx.h", "mab.h",
+          *(f"{name}.{kind}" for name in ("libpmxlog", "libvelguid") for kind in ("a", "so", "so.1")),
+          "pkgconfig/pmxlog.pc", "pkgconfig/velguid.pc", "cmake/velguid/velguidConfig.cmake")
 JAVA = ("velguid.jar", "velguid-sources.jar", "libvelguid_jni.so", "HostIdentity.java")
 
 
@@ -42,7 +45,7 @@ class InstallTest(unittest.TestCase):
         self.install()
         found = self.all()
         for name in ("bin/velguid", "bin/veltool", "codeset/1047", "velguid.properties", "velguid.properties.default",
-                     "samples/xml.properties", *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
+                     "samples/xml.properties", "lnav/velguid_trace.json", "rsyslog/velguid-sender.conf", *(f"{language}/{name}.cat" for language in ("C", "de", "en_XA")
                                                  for name in ("guidmsgs", "pmxmsg"))):
             self.assertTrue((self.guid / name).is_file(), name)
         for name in JAVA:
